@@ -12,9 +12,9 @@
 
 extern "C" {
 int32_t __vxsBRngMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngMT19937(void*, int32_t, uint32_t*);
+int32_t __vxsiBRngMT19937(void*, int32_t, void*);
 int32_t __vxsBRngSFMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngSFMT19937(void*, int32_t, uint32_t*);
+int32_t __vxsiBRngSFMT19937(void*, int32_t, void*);
 }
 
 namespace {

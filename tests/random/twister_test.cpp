@@ -10,13 +10,13 @@
 
 extern "C" {
 int32_t __vxsBRngMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngMT19937(void*, int32_t, uint32_t*);
+int32_t __vxsiBRngMT19937(void*, int32_t, void*);
 int32_t __vxsdBRngMT19937(void*, int32_t, double*, double, double);
 int32_t __vxssBRngMT19937(void*, int32_t, float*, float, float);
 int32_t __vxsBRngMT2203InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngMT2203(void*, int32_t, uint32_t*);
+int32_t __vxsiBRngMT2203(void*, int32_t, void*);
 int32_t __vxsBRngSFMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngSFMT19937(void*, int32_t, uint32_t*);
+int32_t __vxsiBRngSFMT19937(void*, int32_t, void*);
 int32_t __vxsdBRngSFMT19937(void*, int32_t, double*, double, double);
 int32_t __vxssBRngSFMT19937(void*, int32_t, float*, float, float);
 }

@@ -27,8 +27,8 @@ QLM_EXPORT int32_t __vxsBRngMT19937InitStream(int32_t method, void* stream, int3
     return 0;
 }
 
-QLM_EXPORT int32_t __vxsiBRngMT19937(void* stream, int32_t n, uint32_t* r) {
-    next_words(stream, n, r);
+QLM_EXPORT int32_t __vxsiBRngMT19937(void* stream, int32_t n, void* r) {
+    next_words(stream, n, static_cast<uint32_t*>(r));
     return 0;
 }
 

@@ -37,8 +37,8 @@ QLM_EXPORT int32_t __vxsBRngMT2203InitStream(int32_t method, void* stream, int32
     return 0;
 }
 
-QLM_EXPORT int32_t __vxsiBRngMT2203(void* stream, int32_t n, uint32_t* r) {
-    next_words(stream, n, r);
+QLM_EXPORT int32_t __vxsiBRngMT2203(void* stream, int32_t n, void* r) {
+    next_words(stream, n, static_cast<uint32_t*>(r));
     return 0;
 }
 

@@ -186,8 +186,8 @@ QLM_EXPORT int32_t __vxsBRngSFMT19937InitStream(int32_t method, void* stream, in
     return 0;
 }
 
-QLM_EXPORT int32_t __vxsiBRngSFMT19937(void* stream, int32_t n, uint32_t* r) {
-    next_elements(state_of<sfmt19937_state>(stream), n, r);
+QLM_EXPORT int32_t __vxsiBRngSFMT19937(void* stream, int32_t n, void* r) {
+    next_elements(state_of<sfmt19937_state>(stream), n, static_cast<uint32_t*>(r));
     return 0;
 }
 
