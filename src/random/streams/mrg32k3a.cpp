@@ -1,0 +1,154 @@
+// MRG32K3A: two recurrences of order 3,
+//   x(n) = 1403580 x(n-2) - 810728 x(n-3)   mod m1 = 2^32 - 209
+//   y(n) = 527612 y(n-1) - 1370589 y(n-3)   mod m2 = 2^32 - 22853
+// and the element z = x(n) - y(n), plus m1 when negative (so 0 can occur).
+// The state holds the three previous values of each, oldest first; a call
+// first steps, then delivers, so the first element after seeding is z of the
+// first new step.
+//
+// Sums are kept non-negative by a bias that is a multiple of the modulus,
+// then reduced twice by 2^32 = 209 (or 22853) and once more by a subtract and
+// conditional add.  Bulk output keeps the last 16 values of each recurrence
+// in a ring and jumps 16 steps at once with the first row of the 16th power
+// of the companion matrices, so 16 lanes are independent.
+// Output scale: 0x3DF000000D10000B = 2.328306549837829e-10, 1/m1 rounded.
+#include <bit>
+
+#include "random/streams/output_sinks.h"
+#include "random/streams/stream.h"
+
+namespace qlm::random {
+namespace {
+
+constexpr uint64_t m1 = 4294967087u;
+constexpr uint64_t m2 = 4294944443u;
+constexpr double unit = std::bit_cast<double>(uint64_t{0x3DF000000D10000B});
+
+struct mrg32k3a_state {
+    uint32_t x[3];
+    uint32_t y[3];
+};
+
+inline uint32_t reduce_x(uint64_t s) {
+    s = (s >> 32) * 209 + (s & 0xFFFFFFFFu);
+    s = (s >> 32) * 209 + (s & 0xFFFFFFFFu);
+    int64_t r = static_cast<int64_t>(s) - static_cast<int64_t>(m1);
+    if (r < 0) r += m1;
+    return static_cast<uint32_t>(r);
+}
+
+inline uint32_t reduce_y(uint64_t s) {
+    s = (s >> 32) * 22853 + (s & 0xFFFFFFFFu);
+    s = (s >> 32) * 22853 + (s & 0xFFFFFFFFu);
+    int64_t r = static_cast<int64_t>(s) - static_cast<int64_t>(m2);
+    if (r < 0) r += m2;
+    return static_cast<uint32_t>(r);
+}
+
+// One step, from the three previous values (oldest first).
+inline uint32_t step_x(uint64_t x3, uint64_t x2) { return reduce_x(0xC5EE7F5E68498u + 1403580 * x2 - 810728 * x3); }
+inline uint32_t step_y(uint64_t y3, uint64_t y1) {
+    return reduce_y(0x14E9D5B50F226Fu + 527612 * y1 - 1370589 * y3);
+}
+
+// Sixteen steps: from v(n), v(n+1), v(n+2) to v(n+16).
+inline uint32_t jump_x(uint64_t x0, uint64_t x1, uint64_t x2) {
+    return reduce_x(0x4F7644CA2071A205u + 0x2BE4D11Du * x0 - 0x4F76450Bu * x1 + 0x1464380Fu * x2);
+}
+inline uint32_t jump_y(uint64_t y0, uint64_t y1, uint64_t y2) {
+    return reduce_y(0x4AE8B082E0CF1056u + 0x30C751B6u * y0 - 0x1E0D0594u * y1 - 0x2CDBC50Eu * y2);
+}
+
+inline uint32_t combine(uint32_t x, uint32_t y) {
+    const int64_t z = static_cast<int64_t>(x) - static_cast<int64_t>(y);
+    return static_cast<uint32_t>(z < 0 ? z + static_cast<int64_t>(m1) : z);
+}
+
+template <typename Sink>
+int32_t generate(void* stream, int32_t n, const Sink& out) {
+    mrg32k3a_state& s = *state_of<mrg32k3a_state>(stream);
+    uint32_t x0 = s.x[0], x1 = s.x[1], x2 = s.x[2];
+    uint32_t y0 = s.y[0], y1 = s.y[1], y2 = s.y[2];
+    int32_t i = 0;
+    if (n >= 16) {
+        // Rings of 32: v(k) lives at k mod 32; a jump writes v(k + 16) over
+        // v(k - 16), which no lane needs any more.
+        uint32_t rx[32], ry[32];
+        for (; i < 16; ++i) {
+            const uint32_t nx = step_x(x0, x1), ny = step_y(y0, y2);
+            x0 = x1, x1 = x2, x2 = nx;
+            y0 = y1, y1 = y2, y2 = ny;
+            rx[i] = nx;
+            ry[i] = ny;
+            out.store(i, combine(nx, ny));
+        }
+        const int32_t end = n & ~15;
+        for (; i < end; i += 16) {
+            const int32_t base = i & 31, back = (i - 16) & 31;
+            for (int k = 0; k < 16; ++k) {
+                const int32_t b = back + k;
+                rx[(base + k) & 31] = jump_x(rx[b & 31], rx[(b + 1) & 31], rx[(b + 2) & 31]);
+                ry[(base + k) & 31] = jump_y(ry[b & 31], ry[(b + 1) & 31], ry[(b + 2) & 31]);
+            }
+            for (int k = 0; k < 16; ++k) out.store(i + k, combine(rx[base + k], ry[base + k]));
+        }
+        x0 = rx[(i - 3) & 31], x1 = rx[(i - 2) & 31], x2 = rx[(i - 1) & 31];
+        y0 = ry[(i - 3) & 31], y1 = ry[(i - 2) & 31], y2 = ry[(i - 1) & 31];
+    }
+    for (; i < n; ++i) {
+        const uint32_t nx = step_x(x0, x1), ny = step_y(y0, y2);
+        x0 = x1, x1 = x2, x2 = nx;
+        y0 = y1, y1 = y2, y2 = ny;
+        out.store(i, combine(nx, ny));
+    }
+    s.x[0] = x0, s.x[1] = x1, s.x[2] = x2;
+    s.y[0] = y0, s.y[1] = y1, s.y[2] = y2;
+    return ok;
+}
+
+}  // namespace
+}  // namespace qlm::random
+
+using namespace qlm::random;
+
+QLM_EXPORT int32_t __vxsBRngMRG32K3AInitStream(int32_t method, void* stream, int32_t n, const uint32_t* params) {
+    mrg32k3a_state& s = *state_of<mrg32k3a_state>(stream);
+    switch (method) {
+        case init_seed: {
+            uint32_t w[6] = {1, 1, 1, 1, 1, 1};
+            for (int32_t k = 0; k < n && k < 6; ++k) w[k] = params[k];
+            for (int k = 0; k < 3; ++k) {
+                s.x[k] = w[k] >= m1 ? static_cast<uint32_t>(w[k] - m1) : w[k];
+                s.y[k] = w[k + 3] >= m2 ? static_cast<uint32_t>(w[k + 3] - m2) : w[k + 3];
+            }
+            if ((s.x[0] | s.x[1] | s.x[2]) == 0) s.x[0] = 1;
+            if ((s.y[0] | s.y[1] | s.y[2]) == 0) s.y[0] = 1;
+            return ok;
+        }
+        case init_leapfrog:
+            return no_leapfrog;
+        case init_skip_ahead: {
+            const uint64_t nskip = read_u64(params);
+            const uint32_t row_x[3] = {0, 1403580, static_cast<uint32_t>(m1 - 810728)};
+            const uint32_t row_y[3] = {527612, 0, static_cast<uint32_t>(m2 - 1370589)};
+            __vxsiVect3PowMod(s.x, row_x, static_cast<uint32_t>(m1), nskip);
+            __vxsiVect3PowMod(s.y, row_y, static_cast<uint32_t>(m2), nskip);
+            return ok;
+        }
+        default:
+            return bad_init_method;
+    }
+}
+
+QLM_EXPORT int32_t __vxsdBRngMRG32K3A(void* stream, int32_t n, double* r, double a, double b) {
+    return generate(stream, n, double_sink{r, (b - a) * unit, a});
+}
+
+QLM_EXPORT int32_t __vxssBRngMRG32K3A(void* stream, int32_t n, float* r, float a, float b) {
+    const double wa = a, wb = b;
+    return generate(stream, n, single_sink{r, (wb - wa) * unit, wa});
+}
+
+QLM_EXPORT int32_t __vxsiBRngMRG32K3A(void* stream, int32_t n, void* r) {
+    return generate(stream, n, word_sink{static_cast<uint32_t*>(r)});
+}
