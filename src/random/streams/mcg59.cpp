@@ -5,6 +5,8 @@
 // lanes multiplied by a^4 (from the stored a), the tail one at a time.
 // Floating output splits x into its low 32 and high 27 bits so both halves
 // convert exactly: lo s + (hi 2^32) s + a with s = (b - a) 2^-59.
+#include <emmintrin.h>
+
 #include "random/streams/output_sinks.h"
 #include "random/streams/stream.h"
 
@@ -20,6 +22,24 @@ struct mcg59_state {
     uint64_t a;
 };
 
+// Two lanes of the same lo s + hi (2^32 s) + a, in the same order.
+inline __m128d scaled(__m128i x, double scale, double a) {
+    const __m128i exponent = _mm_set1_epi64x(0x4330000000000000);
+    const __m128d two52 = _mm_set1_pd(4503599627370496.0);
+    const __m128d lo = _mm_sub_pd(_mm_castsi128_pd(_mm_or_si128(_mm_and_si128(x, _mm_set1_epi64x(0xFFFFFFFF)), exponent)), two52);
+    const __m128d hi = _mm_sub_pd(_mm_castsi128_pd(_mm_or_si128(_mm_srli_epi64(x, 32), exponent)), two52);
+    return _mm_add_pd(_mm_add_pd(_mm_mul_pd(lo, _mm_set1_pd(scale)), _mm_mul_pd(hi, _mm_set1_pd(scale * 4294967296.0))),
+                      _mm_set1_pd(a));
+}
+
+// Two lanes of x m mod 2^59: the low 64 bits of the product from three
+// 32 x 32 multiplies, masked.
+inline __m128i mul_mod_lanes(__m128i x, __m128i m, __m128i m_high) {
+    const __m128i low = _mm_mul_epu32(x, m);
+    const __m128i cross = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(x, 32), m), _mm_mul_epu32(x, m_high));
+    return _mm_and_si128(_mm_add_epi64(low, _mm_slli_epi64(cross, 32)), _mm_set1_epi64x(mask59));
+}
+
 struct mcg59_double_sink {
     double* r;
     double scale, a;
@@ -27,6 +47,7 @@ struct mcg59_double_sink {
         // (hi 2^32) s equals hi (2^32 s) exactly: scaling by 2^32 is exact.
         r[i] = exact_double(x & 0xFFFFFFFFu) * scale + exact_double(x >> 32) * (scale * 4294967296.0) + a;
     }
+    void store2(int32_t i, __m128i x) const { _mm_storeu_pd(r + i, scaled(x, scale, a)); }
 };
 
 struct mcg59_single_sink {
@@ -36,11 +57,15 @@ struct mcg59_single_sink {
         r[i] = static_cast<float>(exact_double(x & 0xFFFFFFFFu) * scale +
                                   exact_double(x >> 32) * (scale * 4294967296.0) + a);
     }
+    void store2(int32_t i, __m128i x) const {
+        _mm_storel_pi(reinterpret_cast<__m64*>(r + i), _mm_cvtpd_ps(scaled(x, scale, a)));
+    }
 };
 
 struct mcg59_word_sink {
     uint64_t* r;
     void store(int32_t i, uint64_t x) const { r[i] = x; }
+    void store2(int32_t i, __m128i x) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), x); }
 };
 
 template <typename Sink>
@@ -49,23 +74,34 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
     uint64_t x = s.x;
     const uint64_t a = s.a;
     int32_t i = 0;
-    if (n >= 8) {
-        uint64_t lane[4];
-        for (; i < 4; ++i) {
-            lane[i] = x;
+    if (n >= 16) {
+        uint64_t first[8];
+        for (; i < 8; ++i) {
+            first[i] = x;
             out.store(i, x);
             x = (x * a) & mask59;
         }
-        const uint64_t a2 = (a * a) & mask59;
-        const uint64_t a4 = (a2 * a2) & mask59;
-        const int32_t end = n & ~3;
-        for (; i < end; i += 4) {
-            for (int k = 0; k < 4; ++k) {
-                lane[k] = (lane[k] * a4) & mask59;
-                out.store(i + k, lane[k]);
-            }
+        uint64_t a8 = (a * a) & mask59;
+        a8 = (a8 * a8) & mask59;
+        a8 = (a8 * a8) & mask59;
+        const __m128i m = _mm_set1_epi64x(static_cast<int64_t>(a8));
+        const __m128i m_high = _mm_srli_epi64(m, 32);
+        __m128i l0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first));
+        __m128i l1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first + 2));
+        __m128i l2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first + 4));
+        __m128i l3 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first + 6));
+        const int32_t end = n & ~7;
+        for (; i < end; i += 8) {
+            l0 = mul_mod_lanes(l0, m, m_high);
+            l1 = mul_mod_lanes(l1, m, m_high);
+            l2 = mul_mod_lanes(l2, m, m_high);
+            l3 = mul_mod_lanes(l3, m, m_high);
+            out.store2(i, l0);
+            out.store2(i + 2, l1);
+            out.store2(i + 4, l2);
+            out.store2(i + 6, l3);
         }
-        x = (lane[3] * a) & mask59;
+        x = (static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(l3, l3))) * a) & mask59;
     }
     for (; i < n; ++i) {
         out.store(i, x);

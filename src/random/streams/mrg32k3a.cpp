@@ -9,9 +9,12 @@
 // Sums are kept non-negative by a bias that is a multiple of the modulus,
 // then reduced twice by 2^32 = 209 (or 22853) and once more by a subtract and
 // conditional add.  Bulk output keeps the last 16 values of each recurrence
-// in a ring and jumps 16 steps at once with the first row of the 16th power
-// of the companion matrices, so 16 lanes are independent.
+// and jumps 16 steps at once with the first row of the 16th power of the
+// companion matrices, so the 16 lanes of a block are independent; they run
+// two to a 128-bit register.
 // Output scale: 0x3DF000000D10000B = 2.328306549837829e-10, 1/m1 rounded.
+#include <emmintrin.h>
+
 #include <bit>
 
 #include "random/streams/output_sinks.h"
@@ -51,12 +54,33 @@ inline uint32_t step_y(uint64_t y3, uint64_t y1) {
     return reduce_y(0x14E9D5B50F226Fu + 527612 * y1 - 1370589 * y3);
 }
 
-// Sixteen steps: from v(n), v(n+1), v(n+2) to v(n+16).
-inline uint32_t jump_x(uint64_t x0, uint64_t x1, uint64_t x2) {
-    return reduce_x(0x4F7644CA2071A205u + 0x2BE4D11Du * x0 - 0x4F76450Bu * x1 + 0x1464380Fu * x2);
+// Sixteen steps, from v(n), v(n+1), v(n+2) to v(n+16), for two lanes, each
+// value in the low half of a 64-bit lane:
+//   x(n+16) = 0x2BE4D11D x(n) - 0x4F76450B x(n+1) + 0x1464380F x(n+2)
+//   y(n+16) = 0x30C751B6 y(n) - 0x1E0D0594 y(n+1) - 0x2CDBC50E y(n+2)
+// with biases 0x4F7644CA2071A205 and 0x4AE8B082E0CF1056 (multiples of the
+// moduli) keeping the sums positive and below 2^64.
+template <uint64_t modulus, uint32_t fold, bool negate2>
+inline __m128i jump_lanes(const uint64_t* v, __m128i c0, __m128i c1, __m128i c2, __m128i bias) {
+    const __m128i v0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v));
+    const __m128i v1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + 1));
+    const __m128i v2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + 2));
+    __m128i s = _mm_add_epi64(bias, _mm_mul_epu32(v0, c0));
+    s = _mm_sub_epi64(s, _mm_mul_epu32(v1, c1));
+    s = negate2 ? _mm_sub_epi64(s, _mm_mul_epu32(v2, c2)) : _mm_add_epi64(s, _mm_mul_epu32(v2, c2));
+    const __m128i low = _mm_set1_epi64x(0xFFFFFFFF), f = _mm_set1_epi64x(fold);
+    s = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(s, 32), f), _mm_and_si128(s, low));
+    s = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(s, 32), f), _mm_and_si128(s, low));
+    const __m128i m = _mm_set1_epi64x(static_cast<int64_t>(modulus));
+    const __m128i r = _mm_sub_epi64(s, m);
+    const __m128i negative = _mm_shuffle_epi32(_mm_srai_epi32(r, 31), 0xF5);
+    return _mm_add_epi64(r, _mm_and_si128(negative, m));
 }
-inline uint32_t jump_y(uint64_t y0, uint64_t y1, uint64_t y2) {
-    return reduce_y(0x4AE8B082E0CF1056u + 0x30C751B6u * y0 - 0x1E0D0594u * y1 - 0x2CDBC50Eu * y2);
+
+inline __m128i combine_lanes(__m128i x, __m128i y) {
+    const __m128i z = _mm_sub_epi64(x, y);
+    const __m128i negative = _mm_shuffle_epi32(_mm_srai_epi32(z, 31), 0xF5);
+    return _mm_add_epi64(z, _mm_and_si128(negative, _mm_set1_epi64x(static_cast<int64_t>(m1))));
 }
 
 inline uint32_t combine(uint32_t x, uint32_t y) {
@@ -71,29 +95,37 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
     uint32_t y0 = s.y[0], y1 = s.y[1], y2 = s.y[2];
     int32_t i = 0;
     if (n >= 16) {
-        // Rings of 32: v(k) lives at k mod 32; a jump writes v(k + 16) over
-        // v(k - 16), which no lane needs any more.
-        uint32_t rx[32], ry[32];
+        // Values v(k) of the current block at [16 + k], of the previous one
+        // at [k]; each in a 64-bit slot so that a pair of neighbours is one
+        // unaligned load.  Pair k reads [k .. k + 3] and writes [16 + k],
+        // [17 + k]: the last pair reads the first pair's results.
+        alignas(16) uint64_t rx[34], ry[34];
         for (; i < 16; ++i) {
             const uint32_t nx = step_x(x0, x1), ny = step_y(y0, y2);
             x0 = x1, x1 = x2, x2 = nx;
             y0 = y1, y1 = y2, y2 = ny;
-            rx[i] = nx;
-            ry[i] = ny;
+            rx[16 + i] = nx;
+            ry[16 + i] = ny;
             out.store(i, combine(nx, ny));
         }
+        const __m128i cx0 = _mm_set1_epi64x(0x2BE4D11D), cx1 = _mm_set1_epi64x(0x4F76450B),
+                      cx2 = _mm_set1_epi64x(0x1464380F), bx = _mm_set1_epi64x(0x4F7644CA2071A205);
+        const __m128i cy0 = _mm_set1_epi64x(0x30C751B6), cy1 = _mm_set1_epi64x(0x1E0D0594),
+                      cy2 = _mm_set1_epi64x(0x2CDBC50E), by = _mm_set1_epi64x(0x4AE8B082E0CF1056);
         const int32_t end = n & ~15;
         for (; i < end; i += 16) {
-            const int32_t base = i & 31, back = (i - 16) & 31;
-            for (int k = 0; k < 16; ++k) {
-                const int32_t b = back + k;
-                rx[(base + k) & 31] = jump_x(rx[b & 31], rx[(b + 1) & 31], rx[(b + 2) & 31]);
-                ry[(base + k) & 31] = jump_y(ry[b & 31], ry[(b + 1) & 31], ry[(b + 2) & 31]);
+            std::memcpy(rx, rx + 16, 16 * sizeof(uint64_t));
+            std::memcpy(ry, ry + 16, 16 * sizeof(uint64_t));
+            for (int k = 0; k < 16; k += 2) {
+                const __m128i x = jump_lanes<m1, 209, false>(rx + k, cx0, cx1, cx2, bx);
+                const __m128i y = jump_lanes<m2, 22853, true>(ry + k, cy0, cy1, cy2, by);
+                _mm_store_si128(reinterpret_cast<__m128i*>(rx + 16 + k), x);
+                _mm_store_si128(reinterpret_cast<__m128i*>(ry + 16 + k), y);
+                out.store2(i + k, combine_lanes(x, y));
             }
-            for (int k = 0; k < 16; ++k) out.store(i + k, combine(rx[base + k], ry[base + k]));
         }
-        x0 = rx[(i - 3) & 31], x1 = rx[(i - 2) & 31], x2 = rx[(i - 1) & 31];
-        y0 = ry[(i - 3) & 31], y1 = ry[(i - 2) & 31], y2 = ry[(i - 1) & 31];
+        x0 = static_cast<uint32_t>(rx[29]), x1 = static_cast<uint32_t>(rx[30]), x2 = static_cast<uint32_t>(rx[31]);
+        y0 = static_cast<uint32_t>(ry[29]), y1 = static_cast<uint32_t>(ry[30]), y2 = static_cast<uint32_t>(ry[31]);
     }
     for (; i < n; ++i) {
         const uint32_t nx = step_x(x0, x1), ny = step_y(y0, y2);
