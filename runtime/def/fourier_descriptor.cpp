@@ -24,6 +24,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 #include "frame/fourier_descriptor.h"
@@ -95,6 +96,9 @@ struct fftw_api<float> {
 };
 
 constexpr int kMaxRank = 7;
+// FFTW's planner is not reentrant: plans are made and destroyed under this
+// lock, while executing them needs none.
+std::mutex planner_lock;
 constexpr unsigned kPlanFlags = FFTW_ESTIMATE | FFTW_UNALIGNED;
 
 // Where the elements of one side of the transform lie, in elements of the
@@ -159,6 +163,7 @@ struct transform {
     int64_t scratch_reals = 0;
 
     void release_plans() {
+        std::lock_guard<std::mutex> lock(planner_lock);
         for (auto& p : plans) {
             if (p != nullptr) api::destroy(p);
             p = nullptr;
@@ -296,6 +301,7 @@ int32_t commit(qlm_dft_descriptor* d) {
     Real* a = static_cast<Real*>(std::malloc(sizeof(Real) * (x_reals + big_reals)));
     if (a == nullptr) return memory_error;
     Real* b = t.in_place ? a : a + x_reals;
+    std::unique_lock<std::mutex> planning(planner_lock);
     auto* ac = reinterpret_cast<complex*>(a);
     auto* bc = reinterpret_cast<complex*>(b);
     if (t.split) {
@@ -317,6 +323,7 @@ int32_t commit(qlm_dft_descriptor* d) {
             t.scratch = static_cast<Real*>(std::malloc(sizeof(Real) * big_reals));
             if (t.scratch == nullptr) {
                 std::free(a);
+                planning.unlock();
                 t.release_plans();
                 return memory_error;
             }
@@ -326,6 +333,7 @@ int32_t commit(qlm_dft_descriptor* d) {
         t.plans[0] = api::dft(t.rank, dims[0], 1, &many[0], ac, bc, FFTW_FORWARD, kPlanFlags);
         t.plans[1] = api::dft(t.rank, dims[1], 1, &many[1], bc, ac, FFTW_BACKWARD, kPlanFlags);
     }
+    planning.unlock();
     std::free(a);
     if (t.plans[0] == nullptr || t.plans[1] == nullptr) {
         t.release_plans();

@@ -7,6 +7,7 @@
 //   thread         an operation bound in the threading layer
 //   message        message 6, whose text a message module may replace
 //   newline        message 0
+//   failure        the text kept from the last failed library load
 //   module         whether the message module is loaded, and how often it was asked
 #include <dlfcn.h>
 #include <unistd.h>
@@ -32,8 +33,6 @@ std::string program_directory() {
 }
 
 void print_loaded_tier(int tier) {
-    void* handle = dlopen(nullptr, RTLD_NOW);
-    (void)handle;
     // Which file the loader took: the tier's own operation tells.
     Dl_info info{};
     void* version = qlm::frame::bind_operation(qlm::frame::library::tier, "dll_cpu_version");
@@ -70,6 +69,8 @@ int main(int argc, char** argv) {
             int n = 1, info = -1;
             qlm_lapack_dpotrf("L", &n, a, &n, &info, 1);
             std::printf("thread %g %d\n", a[0], info);
+        } else if (step == "failure") {
+            std::printf("failure %s\n", qlm::frame::last_load_failure());
         } else if (step == "message") {
             qlm::frame::emit_message(1, qlm::frame::msg_bad_parameter, 2, 4, "probe");
         } else if (step == "newline") {

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -151,6 +152,18 @@ TEST(Loader, MissingNameEndsTheProcessAtFirstUse) {
     const child_result got = run_probe("3", {"tier", "allocate"});
     EXPECT_EQ(got.output, "tier 3 libqlm_sse3.so\nQLM FATAL ERROR on load the function qlm_serv_allocate\n");
     EXPECT_EQ(got.exit_code, 1);
+}
+
+TEST(Loader, FailedLoadTextIsKeptNotPrinted) {
+    // Beside the loaded core there is no SSE4.2 tier; the stand-in in the
+    // executable's directory is taken, and the first failure is kept.
+    const child_result got = run_probe("NHM", {"preload-core", "tier", "failure"});
+    EXPECT_EQ(got.exit_code, 0);
+    const std::string kept = got.output.substr(got.output.find("failure "));
+    EXPECT_EQ(kept.rfind("failure *** libqlm_sse42.so *** failed with error ", 0), 0u) << kept;
+    EXPECT_NE(kept.find("libqlm_sse42.so: cannot open shared object file"), std::string::npos) << kept;
+    EXPECT_EQ(kept.back(), '\n');
+    EXPECT_EQ(std::count(kept.begin(), kept.end(), '\n'), 1) << "the final line end is cut";
 }
 
 TEST(Loader, CompanionsBesideTheLoadedCoreLibrary) {
