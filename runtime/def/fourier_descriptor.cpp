@@ -37,63 +37,39 @@ using namespace qlm::dft;
 template <typename Real>
 struct fftw_api;
 
-template <>
-struct fftw_api<double> {
-    using plan = fftw_plan;
-    using complex = fftw_complex;
-    static plan dft(int r, const fftw_iodim* d, int hr, const fftw_iodim* h, complex* in,
-                    complex* out, int sign, unsigned f) {
-        return fftw_plan_guru_dft(r, d, hr, h, in, out, sign, f);
-    }
-    static plan split(int r, const fftw_iodim* d, int hr, const fftw_iodim* h, double* ri,
-                      double* ii, double* ro, double* io, unsigned f) {
-        return fftw_plan_guru_split_dft(r, d, hr, h, ri, ii, ro, io, f);
-    }
-    static plan r2c(int r, const fftw_iodim* d, int hr, const fftw_iodim* h, double* in,
-                    complex* out, unsigned f) {
-        return fftw_plan_guru_dft_r2c(r, d, hr, h, in, out, f);
-    }
-    static plan c2r(int r, const fftw_iodim* d, int hr, const fftw_iodim* h, complex* in,
-                    double* out, unsigned f) {
-        return fftw_plan_guru_dft_c2r(r, d, hr, h, in, out, f);
-    }
-    static void run_dft(plan p, complex* in, complex* out) { fftw_execute_dft(p, in, out); }
-    static void run_split(plan p, double* ri, double* ii, double* ro, double* io) {
-        fftw_execute_split_dft(p, ri, ii, ro, io);
-    }
-    static void run_r2c(plan p, double* in, complex* out) { fftw_execute_dft_r2c(p, in, out); }
-    static void run_c2r(plan p, complex* in, double* out) { fftw_execute_dft_c2r(p, in, out); }
-    static void destroy(plan p) { fftw_destroy_plan(p); }
-};
-
-template <>
-struct fftw_api<float> {
-    using plan = fftwf_plan;
-    using complex = fftwf_complex;
-    static plan dft(int r, const fftwf_iodim* d, int hr, const fftwf_iodim* h, complex* in,
-                    complex* out, int sign, unsigned f) {
-        return fftwf_plan_guru_dft(r, d, hr, h, in, out, sign, f);
-    }
-    static plan split(int r, const fftwf_iodim* d, int hr, const fftwf_iodim* h, float* ri,
-                      float* ii, float* ro, float* io, unsigned f) {
-        return fftwf_plan_guru_split_dft(r, d, hr, h, ri, ii, ro, io, f);
-    }
-    static plan r2c(int r, const fftwf_iodim* d, int hr, const fftwf_iodim* h, float* in,
-                    complex* out, unsigned f) {
-        return fftwf_plan_guru_dft_r2c(r, d, hr, h, in, out, f);
-    }
-    static plan c2r(int r, const fftwf_iodim* d, int hr, const fftwf_iodim* h, complex* in,
-                    float* out, unsigned f) {
-        return fftwf_plan_guru_dft_c2r(r, d, hr, h, in, out, f);
-    }
-    static void run_dft(plan p, complex* in, complex* out) { fftwf_execute_dft(p, in, out); }
-    static void run_split(plan p, float* ri, float* ii, float* ro, float* io) {
-        fftwf_execute_split_dft(p, ri, ii, ro, io);
-    }
-    static void run_r2c(plan p, float* in, complex* out) { fftwf_execute_dft_r2c(p, in, out); }
-    static void run_c2r(plan p, complex* in, float* out) { fftwf_execute_dft_c2r(p, in, out); }
-    static void destroy(plan p) { fftwf_destroy_plan(p); }
-};
+// FFTW's single and double APIs differ only in their prefix.
+#define QLM_FFTW_API(Real, X)                                                                 \
+    template <>                                                                               \
+    struct fftw_api<Real> {                                                                   \
+        using plan = X##plan;                                                                 \
+        using complex = X##complex;                                                           \
+        static plan dft(int r, const X##iodim* d, int hr, const X##iodim* h, complex* in,      \
+                        complex* out, int sign, unsigned f) {                                 \
+            return X##plan_guru_dft(r, d, hr, h, in, out, sign, f);                           \
+        }                                                                                     \
+        static plan split(int r, const X##iodim* d, int hr, const X##iodim* h, Real* ri,       \
+                          Real* ii, Real* ro, Real* io, unsigned f) {                         \
+            return X##plan_guru_split_dft(r, d, hr, h, ri, ii, ro, io, f);                    \
+        }                                                                                     \
+        static plan r2c(int r, const X##iodim* d, int hr, const X##iodim* h, Real* in,         \
+                        complex* out, unsigned f) {                                           \
+            return X##plan_guru_dft_r2c(r, d, hr, h, in, out, f);                             \
+        }                                                                                     \
+        static plan c2r(int r, const X##iodim* d, int hr, const X##iodim* h, complex* in,      \
+                        Real* out, unsigned f) {                                              \
+            return X##plan_guru_dft_c2r(r, d, hr, h, in, out, f);                             \
+        }                                                                                     \
+        static void run_dft(plan p, complex* in, complex* out) { X##execute_dft(p, in, out); } \
+        static void run_split(plan p, Real* ri, Real* ii, Real* ro, Real* io) {               \
+            X##execute_split_dft(p, ri, ii, ro, io);                                          \
+        }                                                                                     \
+        static void run_r2c(plan p, Real* in, complex* out) { X##execute_dft_r2c(p, in, out); } \
+        static void run_c2r(plan p, complex* in, Real* out) { X##execute_dft_c2r(p, in, out); } \
+        static void destroy(plan p) { X##destroy_plan(p); }                                   \
+    };
+QLM_FFTW_API(double, fftw_)
+QLM_FFTW_API(float, fftwf_)
+#undef QLM_FFTW_API
 
 constexpr int kMaxRank = 7;
 // FFTW's planner is not reentrant: plans are made and destroyed under this
