@@ -32,26 +32,21 @@ struct mrg32k3a_state {
     uint32_t y[3];
 };
 
-inline uint32_t reduce_x(uint64_t s) {
-    s = (s >> 32) * 209 + (s & 0xFFFFFFFFu);
-    s = (s >> 32) * 209 + (s & 0xFFFFFFFFu);
-    int64_t r = static_cast<int64_t>(s) - static_cast<int64_t>(m1);
-    if (r < 0) r += m1;
-    return static_cast<uint32_t>(r);
-}
-
-inline uint32_t reduce_y(uint64_t s) {
-    s = (s >> 32) * 22853 + (s & 0xFFFFFFFFu);
-    s = (s >> 32) * 22853 + (s & 0xFFFFFFFFu);
-    int64_t r = static_cast<int64_t>(s) - static_cast<int64_t>(m2);
-    if (r < 0) r += m2;
+// s mod the modulus, with 2^32 = fold mod the modulus: two folds bring s
+// below 2^32 + 2^30, and one subtraction with a conditional add finishes.
+template <uint64_t modulus, uint64_t fold>
+inline uint32_t reduce(uint64_t s) {
+    s = (s >> 32) * fold + (s & 0xFFFFFFFFu);
+    s = (s >> 32) * fold + (s & 0xFFFFFFFFu);
+    int64_t r = static_cast<int64_t>(s) - static_cast<int64_t>(modulus);
+    if (r < 0) r += modulus;
     return static_cast<uint32_t>(r);
 }
 
 // One step, from the three previous values (oldest first).
-inline uint32_t step_x(uint64_t x3, uint64_t x2) { return reduce_x(0xC5EE7F5E68498u + 1403580 * x2 - 810728 * x3); }
+inline uint32_t step_x(uint64_t x3, uint64_t x2) { return reduce<m1, 209>(0xC5EE7F5E68498u + 1403580 * x2 - 810728 * x3); }
 inline uint32_t step_y(uint64_t y3, uint64_t y1) {
-    return reduce_y(0x14E9D5B50F226Fu + 527612 * y1 - 1370589 * y3);
+    return reduce<m2, 22853>(0x14E9D5B50F226Fu + 527612 * y1 - 1370589 * y3);
 }
 
 // Sixteen steps, from v(n), v(n+1), v(n+2) to v(n+16), for two lanes, each
