@@ -90,17 +90,18 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
     uint32_t y0 = s.y[0], y1 = s.y[1], y2 = s.y[2];
     int32_t i = 0;
     if (n >= 16) {
-        // Values v(k) of the current block at [16 + k], of the previous one
-        // at [k]; each in a 64-bit slot so that a pair of neighbours is one
-        // unaligned load.  Pair k reads [k .. k + 3] and writes [16 + k],
-        // [17 + k]: the last pair reads the first pair's results.
-        alignas(16) uint64_t rx[34], ry[34];
+        // Values in 64-bit slots, so that a pair of neighbours is one
+        // unaligned load.  A block writes [at, at + 16) from [at - 16,
+        // at + 2): its last pair reads its first pair's results.  Blocks move
+        // up the buffer and only the last one is moved down when it is full.
+        constexpr int32_t capacity = 128;
+        alignas(16) uint64_t rx[capacity], ry[capacity];
         for (; i < 16; ++i) {
             const uint32_t nx = step_x(x0, x1), ny = step_y(y0, y2);
             x0 = x1, x1 = x2, x2 = nx;
             y0 = y1, y1 = y2, y2 = ny;
-            rx[16 + i] = nx;
-            ry[16 + i] = ny;
+            rx[i] = nx;
+            ry[i] = ny;
             out.store(i, combine(nx, ny));
         }
         const __m128i cx0 = _mm_set1_epi64x(0x2BE4D11D), cx1 = _mm_set1_epi64x(0x4F76450B),
@@ -108,19 +109,25 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
         const __m128i cy0 = _mm_set1_epi64x(0x30C751B6), cy1 = _mm_set1_epi64x(0x1E0D0594),
                       cy2 = _mm_set1_epi64x(0x2CDBC50E), by = _mm_set1_epi64x(0x4AE8B082E0CF1056);
         const int32_t end = n & ~15;
-        for (; i < end; i += 16) {
-            std::memcpy(rx, rx + 16, 16 * sizeof(uint64_t));
-            std::memcpy(ry, ry + 16, 16 * sizeof(uint64_t));
+        int32_t at = 16;
+        for (; i < end; i += 16, at += 16) {
+            if (at == capacity) {
+                std::memcpy(rx, rx + capacity - 16, 16 * sizeof(uint64_t));
+                std::memcpy(ry, ry + capacity - 16, 16 * sizeof(uint64_t));
+                at = 16;
+            }
             for (int k = 0; k < 16; k += 2) {
-                const __m128i x = jump_lanes<m1, 209, false>(rx + k, cx0, cx1, cx2, bx);
-                const __m128i y = jump_lanes<m2, 22853, true>(ry + k, cy0, cy1, cy2, by);
-                _mm_store_si128(reinterpret_cast<__m128i*>(rx + 16 + k), x);
-                _mm_store_si128(reinterpret_cast<__m128i*>(ry + 16 + k), y);
+                const __m128i x = jump_lanes<m1, 209, false>(rx + at - 16 + k, cx0, cx1, cx2, bx);
+                const __m128i y = jump_lanes<m2, 22853, true>(ry + at - 16 + k, cy0, cy1, cy2, by);
+                _mm_store_si128(reinterpret_cast<__m128i*>(rx + at + k), x);
+                _mm_store_si128(reinterpret_cast<__m128i*>(ry + at + k), y);
                 out.store2(i + k, combine_lanes(x, y));
             }
         }
-        x0 = static_cast<uint32_t>(rx[29]), x1 = static_cast<uint32_t>(rx[30]), x2 = static_cast<uint32_t>(rx[31]);
-        y0 = static_cast<uint32_t>(ry[29]), y1 = static_cast<uint32_t>(ry[30]), y2 = static_cast<uint32_t>(ry[31]);
+        x0 = static_cast<uint32_t>(rx[at - 3]), x1 = static_cast<uint32_t>(rx[at - 2]);
+        x2 = static_cast<uint32_t>(rx[at - 1]);
+        y0 = static_cast<uint32_t>(ry[at - 3]), y1 = static_cast<uint32_t>(ry[at - 2]);
+        y2 = static_cast<uint32_t>(ry[at - 1]);
     }
     for (; i < n; ++i) {
         const uint32_t nx = step_x(x0, x1), ny = step_y(y0, y2);
