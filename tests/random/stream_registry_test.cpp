@@ -191,17 +191,4 @@ TEST(Stream, CopiesContinueTheSameSequence) {
     __vxsDeleteStream(&b);
 }
 
-// WH's moving state is 4 words of 16 bytes, more than its 32 state bytes;
-// the copy stops at the end of the state and the neighbours are intact.
-TEST(Stream, CopyStreamStateOfWhStaysInsideTheState) {
-    void *a = nullptr, *b = nullptr;
-    const uint32_t s1[4] = {1, 2, 3, 4}, s2[4] = {9, 9, 9, 9};
-    ASSERT_EQ(__vxsNewStreamEx(&a, VXS_BRNG_WH + 5, 4, s1), 0);
-    ASSERT_EQ(__vxsNewStreamEx(&b, VXS_BRNG_WH + 5, 4, s2), 0);
-    ASSERT_EQ(__vxsCopyStreamState(b, a), 0);
-    EXPECT_EQ(std::memcmp(static_cast<char*>(a) + 16, static_cast<char*>(b) + 16, 32), 0);
-    __vxsDeleteStream(&a);
-    __vxsDeleteStream(&b);
-}
-
 }  // namespace

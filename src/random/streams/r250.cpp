@@ -66,6 +66,13 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
         for (int32_t t = 0; t < len; ++t) out.store(k + t, block[t]);
         k += len;
     }
+    // Leave the ring as the register path does: in order, i = 0, j = 103.
+    if (n >= ring && st.i != 0) {
+        std::memcpy(block, st.s, sizeof block);
+        for (int32_t t = 0; t < ring; ++t) st.s[t] = block[(st.i + t) % ring];
+        st.i = 0;
+        st.j = tap;
+    }
     return ok;
 }
 

@@ -169,4 +169,30 @@ TEST(Chunks, CopyStreamStateReplacesChunks) {
     EXPECT_EQ(__vxsSearchChunk(b.s, 2), nullptr);
 }
 
+int32_t no_init(int32_t, void*, int32_t, const uint32_t*) { return 0; }
+int32_t no_single(void*, int32_t, float*, float, float) { return 0; }
+int32_t no_double(void*, int32_t, double*, double, double) { return 0; }
+int32_t no_integer(void*, int32_t, void*) { return 0; }
+
+// The moving state of some generators (WH: 4 words of 16 bytes in 32 state
+// bytes) is longer than the state; the copy stops at the end of the
+// source's state.  A source whose record claims 50 words of 16 bytes in 8
+// state bytes, copied onto a larger stream, changes those 8 bytes only.
+TEST(Chunks, CopyStreamStateStopsAtTheEndOfTheState) {
+    const vxs_brng_record record = {24, 50, 1, 16, 32, no_init, no_single, no_double, no_integer};
+    const int32_t brng = __vxsRegisterBrng(&record);
+    ASSERT_GE(brng, 0xF00000);
+    void *source = nullptr, *destination = nullptr;
+    ASSERT_EQ(__vxsNewStreamEx(&source, brng, 0, nullptr), 0);
+    ASSERT_EQ(__vxsNewStreamEx(&destination, VXS_BRNG_R250, 0, nullptr), 0);
+    std::memset(static_cast<char*>(source) + 16, 0xAB, 8);
+    std::memset(static_cast<char*>(destination) + 16, 0x11, 1008);
+    ASSERT_EQ(__vxsCopyStreamState(destination, source), 0);
+    const auto* d = static_cast<const unsigned char*>(destination);
+    for (int i = 16; i < 24; ++i) EXPECT_EQ(d[i], 0xAB) << i;
+    for (int i = 24; i < 1024; ++i) ASSERT_EQ(d[i], 0x11) << i;
+    __vxsDeleteStream(&source);
+    __vxsDeleteStream(&destination);
+}
+
 }  // namespace
