@@ -179,9 +179,14 @@ TEST(Congruential, R250MatchesModelAndSeeding) {
     ASSERT_EQ(__vxsiBRngR250(s.s, 2900, r.data() + 100), 0);  // output as register
     r250_model m(r250_model::seeded(777));
     for (int i = 0; i < 3000; ++i) ASSERT_EQ(r[i], m.next()) << i;
-    // After a long call the ring is left in order.
+    // After a long call the ring is left in order, by every form alike.
     EXPECT_EQ(s.word<int32_t>(1016), 0);
     EXPECT_EQ(s.word<int32_t>(1020), 103);
+    stream_guard f(VXS_BRNG_R250, {777});
+    std::vector<double> d(3000);
+    ASSERT_EQ(__vxsdBRngR250(f.s, 100, d.data(), 0.0, 1.0), 0);
+    ASSERT_EQ(__vxsdBRngR250(f.s, 2900, d.data(), 0.0, 1.0), 0);
+    EXPECT_EQ(std::memcmp(static_cast<char*>(f.s) + 16, static_cast<char*>(s.s) + 16, 1008), 0);
 
     // 249 seed words use only the first; 250 are taken as they stand.
     std::vector<uint32_t> many(250);
