@@ -13,7 +13,7 @@
 // companion matrices, so the 16 lanes of a block are independent; they run
 // two to a 128-bit register.
 // Output scale: 0x3DF000000D10000B = 2.328306549837829e-10, 1/m1 rounded.
-#include <emmintrin.h>
+#include <tmmintrin.h>
 
 #include <bit>
 
@@ -57,9 +57,9 @@ inline uint32_t step_y(uint64_t y3, uint64_t y1) {
 // moduli) keeping the sums positive and below 2^64.
 template <uint64_t modulus, uint32_t fold, bool negate2>
 inline __m128i jump_lanes(const uint64_t* v, __m128i c0, __m128i c1, __m128i c2, __m128i bias) {
-    const __m128i v0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v));
-    const __m128i v1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + 1));
-    const __m128i v2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + 2));
+    const __m128i v0 = _mm_load_si128(reinterpret_cast<const __m128i*>(v));
+    const __m128i v2 = _mm_load_si128(reinterpret_cast<const __m128i*>(v + 2));
+    const __m128i v1 = _mm_alignr_epi8(v2, v0, 8);
     __m128i s = _mm_add_epi64(bias, _mm_mul_epu32(v0, c0));
     s = _mm_sub_epi64(s, _mm_mul_epu32(v1, c1));
     s = negate2 ? _mm_sub_epi64(s, _mm_mul_epu32(v2, c2)) : _mm_add_epi64(s, _mm_mul_epu32(v2, c2));
@@ -91,9 +91,10 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
     int32_t i = 0;
     if (n >= 16) {
         // Values in 64-bit slots, so that a pair of neighbours is one
-        // unaligned load.  A block writes [at, at + 16) from [at - 16,
-        // at + 2): its last pair reads its first pair's results.  Blocks move
-        // up the buffer and only the last one is moved down when it is full.
+        // aligned load, and the pair between two loads one byte shift.  A
+        // block writes [at, at + 16) from [at - 16, at + 2): its last pair
+        // reads its first pair's results.  Blocks move up the buffer and only
+        // the last one is moved down when the buffer is full.
         constexpr int32_t capacity = 128;
         alignas(16) uint64_t rx[capacity], ry[capacity];
         for (; i < 16; ++i) {
