@@ -163,7 +163,6 @@ int32_t set_real(qlm_dft_descriptor* d, int32_t parameter, double value) {
     return ok;
 }
 
-template <typename Real>
 int32_t set_integer(qlm_dft_descriptor* d, int32_t parameter, int64_t value) {
     if (parameter == number_of_transforms && value < 1) return invalid_configuration;
     if ((parameter == input_distance || parameter == output_distance) && value < 0)
@@ -428,7 +427,7 @@ int32_t create(qlm_dft_descriptor** out, bool real, int32_t rank, const int64_t*
     d->set_string = set_string<Real>;
     d->set_array = set_array<Real>;
     d->set_real = set_real<Real>;
-    d->set_integer = set_integer<Real>;
+    d->set_integer = set_integer;
     d->values[forward_domain] = real ? real_domain : complex_domain;
     d->values[number_of_transforms] = 1;
     d->values[complex_storage] = complex_complex;

@@ -1,6 +1,7 @@
 // Drives the loader and the binding stubs for the tests, one step per
 // argument, printing what it saw on standard output:
 //   preload-core   load libqlm_core.so from the directory above this program
+//   preload=PATH   load the library PATH
 //   tier           select and load the tier; prints "tier N FILE"
 //   allocate       a block through the tier's allocator
 //   core           an operation bound in the core library
@@ -51,6 +52,9 @@ int main(int argc, char** argv) {
         const std::string step = argv[i];
         if (step == "preload-core") {
             const std::string path = program_directory() + "/../libqlm_core.so";
+            std::printf("preload %s\n", dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL) ? "ok" : "failed");
+        } else if (step.rfind("preload=", 0) == 0) {
+            const std::string path = step.substr(8);
             std::printf("preload %s\n", dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL) ? "ok" : "failed");
         } else if (step == "tier") {
             print_loaded_tier(qlm::frame::load_tier());

@@ -16,7 +16,8 @@ namespace qlm::frame {
 
 using fourier_descriptor = qlm_dft_descriptor;
 
-// Domain 32 complex, 33 real; rank 1 to 7.
+// Domain 32 complex, 33 real; rank 1 to 7.  The one-dimensional forms
+// take a rank for the shape of the call and do not read it.
 int32_t fourier_create_md_s(fourier_descriptor** out, int32_t domain, int32_t rank,
                             const int64_t* lengths);
 int32_t fourier_create_md_d(fourier_descriptor** out, int32_t domain, int32_t rank,

@@ -147,6 +147,20 @@ TEST(Loader, MissingCompanionLibrariesEndTheProcess) {
     EXPECT_EQ(got.exit_code, 1);
 }
 
+TEST(Loader, LibrariesTheHostLoadedAreUsedWhereverTheyLie) {
+    // The lone probe finds nothing beside itself; libraries the process
+    // already holds are found by name, wherever they were loaded from.
+    lone_probe lone;
+    const std::string lib = fs::path(QLM_KERNEL_PATH).parent_path().string();
+    const child_result got = run_probe(
+        "0", {"preload=" + lib + "/libqlm_sequential.so", "thread", "preload=" + lib + "/libqlm_core.so",
+              "core", "tier"},
+        lone.program);
+    // The tier is then looked for beside the loaded core library.
+    EXPECT_EQ(got.output, "preload ok\nthread 3 0\npreload ok\ncore 0.0625 0\ntier 0 libqlm_def.so\n");
+    EXPECT_EQ(got.exit_code, 0);
+}
+
 TEST(Loader, MissingNameEndsTheProcessAtFirstUse) {
     // The stand-in tier has no allocator: the stub binds at its first call.
     const child_result got = run_probe("3", {"tier", "allocate"});

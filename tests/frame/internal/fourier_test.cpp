@@ -260,6 +260,29 @@ TEST(FourierFrontEnd, StridesAndSplitStorage) {
     ASSERT_EQ(fourier_free(&d), dft::ok);
 }
 
+// Several transforms in one call, the inputs ten elements apart.
+TEST(FourierFrontEnd, SeveralTransformsWithTheirDistances) {
+    const shape n = {8};
+    const int transforms = 3, input_distance = 10;
+    std::vector<std::complex<double>> x(input_distance * transforms), y(8 * transforms);
+    for (std::size_t i = 0; i < x.size(); ++i) x[i] = {std::sin(0.7 * i), std::cos(1.3 * i)};
+    fourier_descriptor* d = nullptr;
+    ASSERT_EQ(fourier_create_1d_d(&d, dft::complex_domain, 1, 8), dft::ok);
+    ASSERT_EQ(fourier_set_value(d, dft::number_of_transforms, int64_t{transforms}), dft::ok);
+    ASSERT_EQ(fourier_set_value(d, dft::input_distance, int64_t{input_distance}), dft::ok);
+    ASSERT_EQ(fourier_set_value(d, dft::placement, int64_t{dft::not_in_place}), dft::ok);
+    ASSERT_EQ(fourier_commit(d), dft::ok);
+    ASSERT_EQ(fourier_compute_forward(d, x.data(), y.data()), dft::ok);
+    for (int t = 0; t < transforms; ++t) {
+        std::vector<std::complex<long double>> one(8);
+        for (int i = 0; i < 8; ++i) one[i] = {x[t * input_distance + i].real(), x[t * input_distance + i].imag()};
+        const std::vector<std::complex<double>> got(y.begin() + 8 * t, y.begin() + 8 * (t + 1));
+        EXPECT_LE(relative_error(got, direct_forward(one, n)), 1e-12) << "transform " << t;
+    }
+    EXPECT_EQ(fourier_set_value(d, dft::number_of_transforms, int64_t{0}), dft::invalid_configuration);
+    ASSERT_EQ(fourier_free(&d), dft::ok);
+}
+
 TEST(FourierFrontEnd, CreationStatuses) {
     fourier_descriptor* d = reinterpret_cast<fourier_descriptor*>(0x1);
     EXPECT_EQ(fourier_create_1d_s(&d, dft::complex_domain, 1, 0), dft::invalid_configuration);
