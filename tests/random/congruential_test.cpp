@@ -87,6 +87,23 @@ TEST(Congruential, PiecesEqualOneCallInEveryForm) {
     }
 }
 
+// The single form is the double form's value rounded once: a and b are
+// widened and the scaling is done in double.
+TEST(Congruential, SingleIsDoubleRoundedOnce) {
+    for (const generator_case& g : all_generators) {
+        SCOPED_TRACE(g.name);
+        vxs_brng_record rec;
+        ASSERT_EQ(__vxsGetBrngProperties(g.brng, &rec), 0);
+        stream_guard a(g.brng, g.seed), b(g.brng, g.seed);
+        const float lo = -1.3f, hi = 7.9f;
+        std::vector<float> f(2000);
+        std::vector<double> d(2000);
+        ASSERT_EQ(rec.gen_single(a.s, 2000, f.data(), lo, hi), 0);
+        ASSERT_EQ(rec.gen_double(b.s, 2000, d.data(), static_cast<double>(lo), static_cast<double>(hi)), 0);
+        for (int i = 0; i < 2000; ++i) ASSERT_EQ(f[i], static_cast<float>(d[i])) << i;
+    }
+}
+
 TEST(Congruential, Mcg31m1MatchesModel) {
     stream_guard s(VXS_BRNG_MCG31M1, {12345});
     std::vector<uint32_t> r(5000);
