@@ -141,6 +141,15 @@ TEST(Stream, CreationRefusalsAndHeader) {
     EXPECT_EQ(__vxsGetNumChunks(s), 0);
     __vxsDeleteStream(&s);
     EXPECT_EQ(s, nullptr);
+
+    // Allocation alone, as loading uses it: validated, header written.
+    s = reinterpret_cast<void*>(0x1234);
+    EXPECT_EQ(__vxsAllocateStream(&s, __RegBrngsNew, 0x500111, 4, 273), VXS_ERROR_BAD_GENERATOR_NUMBER);
+    EXPECT_EQ(s, reinterpret_cast<void*>(0x1234));
+    ASSERT_EQ(__vxsAllocateStream(&s, __RegBrngsNew, 0x500110, 4, 272), 0);
+    EXPECT_EQ(__vxsGetStreamStateBrng(s), 0x500110);
+    EXPECT_EQ(__vxsGetNumChunks(s), 0);
+    __vxsDeleteStream(&s);
 }
 
 TEST(Stream, LeapfrogCountIsCheckedFirst) {
