@@ -10,12 +10,7 @@
 
 #include "bench_support.h"
 
-extern "C" {
-int32_t __vxsBRngMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngMT19937(void*, int32_t, void*);
-int32_t __vxsBRngSFMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngSFMT19937(void*, int32_t, void*);
-}
+#include "qlm/qlm_vxs.h"
 
 namespace {
 

@@ -136,7 +136,7 @@ int32_t __vxsRegisterGlobRODataReference(void* chunk, const uint32_t* table_id);
 int32_t __vxsUnregisterGlobRODataReference(const uint32_t* table_id);
 int32_t __vxsGenerateNewGlobalRODataTableEntryId(uint32_t* table_id, int32_t value);
 
-/* Congruential generators: init_stream, gen_single, gen_double, gen_integer. */
+/* Basic generators: init_stream, gen_single, gen_double, gen_integer. */
 #define QLM_VXS_DECLARE_BRNG(name)                                                           \
     int32_t __vxsBRng##name##InitStream(int32_t method, void* stream, int32_t n, const uint32_t* params); \
     int32_t __vxssBRng##name(void* stream, int32_t n, float* r, float a, float b);           \
@@ -147,6 +147,9 @@ QLM_VXS_DECLARE_BRNG(MCG59)
 QLM_VXS_DECLARE_BRNG(MRG32K3A)
 QLM_VXS_DECLARE_BRNG(R250)
 QLM_VXS_DECLARE_BRNG(WH)
+QLM_VXS_DECLARE_BRNG(MT19937)
+QLM_VXS_DECLARE_BRNG(MT2203)
+QLM_VXS_DECLARE_BRNG(SFMT19937)
 
 /* Modular powers. */
 uint32_t __vxsiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);

@@ -6,20 +6,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <cmath>
 #include <vector>
 
-extern "C" {
-int32_t __vxsBRngMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngMT19937(void*, int32_t, void*);
-int32_t __vxsdBRngMT19937(void*, int32_t, double*, double, double);
-int32_t __vxssBRngMT19937(void*, int32_t, float*, float, float);
-int32_t __vxsBRngMT2203InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngMT2203(void*, int32_t, void*);
-int32_t __vxsBRngSFMT19937InitStream(int32_t, void*, int32_t, const uint32_t*);
-int32_t __vxsiBRngSFMT19937(void*, int32_t, void*);
-int32_t __vxsdBRngSFMT19937(void*, int32_t, double*, double, double);
-int32_t __vxssBRngSFMT19937(void*, int32_t, float*, float, float);
-}
+#include "qlm/qlm_vxs.h"
 
 namespace {
 
@@ -354,6 +344,91 @@ TEST(SFMT19937, LongFloatRequestsMatchTheWordSequence) {
         for (int i = 0; i < n; ++i)
             ASSERT_EQ(d[i], static_cast<int32_t>(ref.next_word()) * (4.0 * 0x1p-32) + 2.0) << n << " " << i;
     }
+}
+
+}  // namespace
+
+namespace {
+
+// The twisters as streams: created through the registry, refusing to jump,
+// and served by the bit operations' dispatch.
+struct stream_handle {
+    explicit stream_handle(int32_t brng, std::vector<uint32_t> seed = {7, 8}) {
+        EXPECT_EQ(__vxsNewStreamEx(&p, brng, static_cast<int32_t>(seed.size()), seed.data()), 0);
+    }
+    ~stream_handle() { __vxsDeleteStream(&p); }
+    void* p = nullptr;
+};
+
+TEST(TwisterStreams, CreatedThroughTheRegistryAndRefuseToJump) {
+    for (int32_t brng : {VXS_BRNG_MT19937, VXS_BRNG_MT2203, VXS_BRNG_MT2203 + 6023, VXS_BRNG_SFMT19937}) {
+        stream_handle s(brng);
+        ASSERT_NE(s.p, nullptr);
+        EXPECT_EQ(__vxsLeapfrogStream(s.p, 0, 2), VXS_ERROR_NO_LEAPFROG) << std::hex << brng;
+        EXPECT_EQ(__vxsSkipAheadStream(s.p, 10), VXS_ERROR_NO_SKIP_AHEAD) << std::hex << brng;
+        std::vector<double> r(3000);
+        EXPECT_EQ(_vxsdRngUniform(0, s.p, 3000, r.data(), 0.0, 1.0), 0);
+        double sum = 0;
+        for (double v : r) {
+            ASSERT_GE(v, 0.0);
+            ASSERT_LT(v, 1.0);
+            sum += v;
+        }
+        EXPECT_NEAR(sum / 3000, 0.5, 4 * 0.2887 / std::sqrt(3000.0)) << std::hex << brng;
+    }
+}
+
+TEST(TwisterStreams, MembersOfMT2203AreDistinctSequences) {
+    stream_handle a(VXS_BRNG_MT2203 + 0), b(VXS_BRNG_MT2203 + 1);
+    std::vector<uint32_t> ra(100), rb(100);
+    __vxsiBRngMT2203(a.p, 100, ra.data());
+    __vxsiBRngMT2203(b.p, 100, rb.data());
+    int equal = 0;
+    for (int i = 0; i < 100; ++i) equal += ra[i] == rb[i];
+    EXPECT_LT(equal, 3);
+}
+
+TEST(TwisterStreams, BitRequests) {
+    // MT19937: a 64-bit request of 3 reads six 32-bit outputs, low word first.
+    stream_handle m(VXS_BRNG_MT19937), w(VXS_BRNG_MT19937);
+    uint64_t wide[3];
+    ASSERT_EQ(_vxsiRngUniformBits64(0, m.p, 3, wide), 0);
+    uint32_t words[6];
+    __vxsiBRngMT19937(w.p, 6, words);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(wide[i], (uint64_t{words[2 * i + 1]} << 32) | words[2 * i]);
+    // SFMT19937: two requests of one word equal one of two; five words leave
+    // three carried, and three more take them.
+    stream_handle s1(VXS_BRNG_SFMT19937), s2(VXS_BRNG_SFMT19937);
+    uint32_t one[2], two[2];
+    _vxsiRngUniformBits32(0, s1.p, 1, one);
+    _vxsiRngUniformBits32(0, s1.p, 1, one + 1);
+    _vxsiRngUniformBits32(0, s2.p, 2, two);
+    EXPECT_EQ(one[0], two[0]);
+    EXPECT_EQ(one[1], two[1]);
+    uint32_t five[5], three[3], elements[4 * 3];
+    stream_handle s3(VXS_BRNG_SFMT19937), s4(VXS_BRNG_SFMT19937);
+    _vxsiRngUniformBits32(0, s3.p, 5, five);
+    _vxsiRngUniformBits32(0, s3.p, 3, three);
+    __vxsiBRngSFMT19937(s4.p, 2, elements);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(five[i], elements[i]);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(three[i], elements[5 + i]);
+    uint32_t next;
+    _vxsiRngUniformBits32(0, s3.p, 1, &next);
+    __vxsiBRngSFMT19937(s4.p, 1, elements);
+    EXPECT_EQ(next, elements[0]) << "the carry was used up";
+}
+
+TEST(TwisterStreams, CopyCarriesTheRing) {
+    stream_handle s(VXS_BRNG_SFMT19937);
+    double d[3];
+    __vxsdBRngSFMT19937(s.p, 3, d, 0.0, 1.0);
+    void* copy = nullptr;
+    ASSERT_EQ(__vxsCopyStream(&copy, s.p), 0);
+    double x[700], y[700];
+    __vxsdBRngSFMT19937(s.p, 700, x, 0.0, 1.0);
+    __vxsdBRngSFMT19937(copy, 700, y, 0.0, 1.0);
+    EXPECT_EQ(std::memcmp(x, y, sizeof x), 0);
+    __vxsDeleteStream(&copy);
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 // index the table by number).  `__RegBrngsNew` is the second-generation
 // numbering, 14 built-in rows that can grow by registration.
 //
-// Rows of generators that live in other folders (quasi-random, twisters,
-// abstract and hardware streams) are filled here when those generators land.
+// Rows of generators that have not landed yet (quasi-random, abstract and
+// hardware streams) are filled here when those generators land.
 // Until then a row is empty: its sub-generator count is 0 in the new table,
 // and a first-generation row without an init function is refused, because an
 // all-zero record is not a generator.
@@ -40,6 +40,13 @@ constexpr brng_record mcg59 = record(32, 1, 0, 8, 59, __vxsBRngMCG59InitStream, 
 constexpr brng_record wh = record(48, 4, 1, 16, 24, __vxsBRngWHInitStream, __vxssBRngWH, __vxsdBRngWH,
                                   __vxsiBRngWH);
 
+constexpr brng_record mt19937 = record(2520, 625, 1, 4, 32, __vxsBRngMT19937InitStream, __vxssBRngMT19937,
+                                       __vxsdBRngMT19937, __vxsiBRngMT19937);
+constexpr brng_record mt2203 = record(312, 70, 1, 4, 32, __vxsBRngMT2203InitStream, __vxssBRngMT2203,
+                                      __vxsdBRngMT2203, __vxsiBRngMT2203);
+constexpr brng_record sfmt19937 = record(2536, 625, 1, 16, 128, __vxsBRngSFMT19937InitStream,
+                                         __vxssBRngSFMT19937, __vxsdBRngSFMT19937, __vxsiBRngSFMT19937);
+
 constexpr registry_table first_generation() {
     registry_table t{};
     t.rows[0] = mcg31m1;
@@ -58,8 +65,11 @@ constexpr registry_table second_generation() {
     t.rows[2] = mrg32k3a;
     t.rows[3] = mcg59;
     t.rows[4] = wh;
-    // 5 Sobol, 6 Niederr, 7 MT19937, 8 MT2203, 9 to 11 the abstract streams,
-    // 12 SFMT19937, 13 TRNG: filled when those generators land.
+    t.rows[7] = mt19937;
+    t.rows[8] = mt2203;
+    t.rows[12] = sfmt19937;
+    // 5 Sobol, 6 Niederr, 9 to 11 the abstract streams and 13 TRNG: filled
+    // when those generators land.
     return t;
 }
 
@@ -74,9 +84,11 @@ constexpr sub_count_table built_in_sub_counts() {
     t.rows[2] = 1;    // MRG32K3A
     t.rows[3] = 1;    // MCG59
     t.rows[4] = 273;  // WH
-    // Rows 5 to 13 keep 0 until their generators exist: Sobol 1, Niederr 1,
-    // MT19937 1, MT2203 6024, iAbstract 1, dAbstract 1, sAbstract 1,
-    // SFMT19937 1, TRNG 1.
+    t.rows[7] = 1;    // MT19937
+    t.rows[8] = 6024; // MT2203
+    t.rows[12] = 1;   // SFMT19937
+    // The other rows keep 0 until their generators exist: Sobol 1,
+    // Niederr 1, iAbstract 1, dAbstract 1, sAbstract 1, TRNG 1.
     return t;
 }
 
