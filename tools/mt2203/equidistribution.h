@@ -229,12 +229,13 @@ inline gf2::Poly tempered_numerator(const std::vector<gf2::Poly>& h, uint32_t b,
 
 // Everything about one member needed to measure its tempering.
 struct MemberField {
+    uint32_t a;
     gf2::Poly phi;
     std::vector<gf2::Poly> h;  // untempered numerators
     gf2::MontgomeryRing ring;
 
-    MemberField(uint32_t a, const gf2::Poly& characteristic)
-        : phi(characteristic), h(untempered_numerators(a, characteristic)), ring(characteristic) {}
+    MemberField(uint32_t matrix, const gf2::Poly& characteristic)
+        : a(matrix), phi(characteristic), h(untempered_numerators(matrix, characteristic)), ring(characteristic) {}
 
     // g * h_top^-1 mod phi, with w = h_top^-1 in Montgomery form.
     gf2::Poly normalised(const gf2::Poly& g, const gf2::Poly& w) const {
