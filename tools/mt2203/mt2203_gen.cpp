@@ -626,9 +626,9 @@ void write_table(const std::string& path, const std::vector<RowResult>& rows, do
 }
 
 // Rows given as "5", "10-20", "0,1,2,3,6023" or combinations.
-std::vector<int> parse_rows(const std::string& spec) {
+std::vector<int> parse_rows(const std::string& list) {
     std::vector<int> rows;
-    std::stringstream ss(spec);
+    std::stringstream ss(list);
     std::string part;
     while (std::getline(ss, part, ',')) {
         const auto dash = part.find('-');
