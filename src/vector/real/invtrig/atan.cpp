@@ -45,8 +45,8 @@ constexpr char kS[] = "vsAtan";
 
 }  // namespace
 
-QLM_UNARY_KERNEL(qlmk_dAtan_LA, {}, atan_plan<double, 7, true, kD>)
-QLM_UNARY_KERNEL(qlmk_dAtan_EP, {}, atan_plan<double, 3, false, kD>)
-QLM_UNARY_KERNEL(qlmk_sAtan_HA, {}, atan_plan<float, 3, false, kS>)
-QLM_UNARY_KERNEL(qlmk_sAtan_LA, {}, atan_plan<float, 2, false, kS>)
-QLM_UNARY_KERNEL(qlmk_sAtan_EP, {}, atan_plan<float, 1, false, kS>)
+QLM_UNARY_KERNEL(qlmk_dAtan_LA, qlm::frame::kX87None, atan_plan<double, 7, true, kD>)
+QLM_UNARY_KERNEL(qlmk_dAtan_EP, qlm::frame::kX87None, atan_plan<double, 3, false, kD>)
+QLM_UNARY_KERNEL(qlmk_sAtan_HA, qlm::frame::kX87None, atan_plan<float, 3, false, kS>)
+QLM_UNARY_KERNEL(qlmk_sAtan_LA, qlm::frame::kX87None, atan_plan<float, 2, false, kS>)
+QLM_UNARY_KERNEL(qlmk_sAtan_EP, qlm::frame::kX87None, atan_plan<float, 1, false, kS>)

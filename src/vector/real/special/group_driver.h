@@ -7,14 +7,15 @@
 //   static constexpr int width;   group width: 4 in double, 8 in single
 //   static bool lane_ok(T x);     the screen: an integer test on x's bits
 //   static T fast(T x);           the fast formula, trusted for screened lanes
-//   static T scalar(T x, int& status);  every other element: its result
-//                                 and the status it raises (0 for none)
+//   static T scalar(T x, int& status);  every element the screen rejects:
+//                                 its result and the status it raises
+//                                 (0 for none)
 //   static constexpr const char* name;  display name for the error path
 //
 // A group whose every lane passes the screen runs the fast formula; a group
-// with any failing lane goes whole through the scalar routine, which serves
-// screened-in values by the same fast formula, so the other lanes keep the
-// accuracy of their slot.  The elements after the last whole group are each
+// with any failing lane goes whole through the group recompute, element by
+// element: screened-in values by the same fast formula, so that the other
+// lanes keep their results, and the rest by the scalar routine.  The elements after the last whole group are each
 // screened by themselves.  A status is raised after the element's result is
 // stored, so that the error path reads and may replace it.
 #pragma once
@@ -28,7 +29,7 @@ namespace qlm::special {
 template <class K>
 inline void scalar_element(int32_t i, const typename K::T* a, typename K::T* y) {
     int status = 0;
-    y[i] = K::scalar(a[i], status);
+    y[i] = K::lane_ok(a[i]) ? K::fast(a[i]) : K::scalar(a[i], status);
     if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, K::name);
 }
 
@@ -59,7 +60,7 @@ template <class K>
 inline void scalar_element2(int32_t i, const typename K::T* a, const typename K::T* b,
                             typename K::T* y) {
     int status = 0;
-    y[i] = K::scalar(a[i], b[i], status);
+    y[i] = K::lane_ok(a[i], b[i]) ? K::fast(a[i], b[i]) : K::scalar(a[i], b[i], status);
     if (status != 0) qlm::frame::raise_status(status, i, a, b, y, y, K::name);
 }
 
@@ -99,19 +100,19 @@ inline uint32_t abs_bits(float x) {
 
 }  // namespace qlm::special
 
-// Defines kernel routine `routine` running plan `...` under `frame_args`
-// (the braced arguments of qlm::frame::kernel_frame, {} for the default).
-#define QLM_UNARY_KERNEL(routine, frame_args, ...)                                         \
+// Defines kernel routine `routine` running plan `...` under the kernel frame
+// with round to nearest and the x87 stage `x87` (kX87None for none).
+#define QLM_UNARY_KERNEL(routine, x87, ...)                                         \
     extern "C" void routine(int32_t n, const typename __VA_ARGS__::T* a,                  \
                             typename __VA_ARGS__::T* y) {                                 \
-        qlm::frame::kernel_frame frame frame_args;                                        \
+        qlm::frame::kernel_frame frame{qlm::frame::kRoundNearest, x87};                                        \
         if (n <= 0) return;                                                               \
         qlm::special::run_unary<__VA_ARGS__>(n, a, y);                                    \
     }
-#define QLM_BINARY_KERNEL(routine, frame_args, ...)                                        \
+#define QLM_BINARY_KERNEL(routine, x87, ...)                                        \
     extern "C" void routine(int32_t n, const typename __VA_ARGS__::T* a,                  \
                             const typename __VA_ARGS__::T* b, typename __VA_ARGS__::T* y) { \
-        qlm::frame::kernel_frame frame frame_args;                                        \
+        qlm::frame::kernel_frame frame{qlm::frame::kRoundNearest, x87};                                        \
         if (n <= 0) return;                                                               \
         qlm::special::run_binary<__VA_ARGS__>(n, a, b, y);                                \
     }
