@@ -56,6 +56,7 @@ inline dd dd_mul_d(dd a, double b) {
 // sqrt of a double-double by one correction of the rounded root.
 inline dd dd_sqrt(dd a) {
     const double r = __builtin_sqrt(a.hi);
+    if (r == 0) return {0.0, 0.0};
     const dd sq = two_prod(r, r);
     return fast_two_sum(r, ((a.hi - sq.hi) - sq.lo + a.lo) / (2.0 * r));
 }
