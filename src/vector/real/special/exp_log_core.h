@@ -2,8 +2,8 @@
 // functions, with arguments and results carried beyond 53 bits.
 //
 // exp_parts(x + xl): n = round(x 64/ln2), r = x - n ln2/64 + xl in two
-// pieces (the first piece has 40 bits, so n times it is exact for |n| <
-// 2^13), expm1(r) by its Taylor series to r^6 (|r| <= ln2/128, truncation
+// pieces (the first piece has 36 bits, so n times it is exact for |n| <
+// 2^17, which covers |x| < 1100), expm1(r) by its Taylor series to r^6 (|r| <= ln2/128, truncation
 // below 2^-66), and 2^(j/64) from a 64-entry hi/lo table.  The result is
 // 2^k (m.hi + m.lo) with m near [1, 2) and a relative error below 2^-62;
 // the caller applies 2^k once, so that a denormal result is rounded once.
@@ -66,8 +66,8 @@ struct exp_result {
 // e^(x + xl) as 2^k (m.hi + m.lo); |x| below 1100.
 inline exp_result exp_parts(double x, double xl) {
     constexpr double kInvStep = 0x1.71547652b82fep+6;  // 64/ln2
-    constexpr double kStep1 = 0x1.62e42fefa4000p-7;    // ln2/64, 40 bits
-    constexpr double kStep2 = -0x1.8432a1b0e2634p-49;
+    constexpr double kStep1 = 0x1.62e42fefa0000p-7;    // ln2/64, 36 bits
+    constexpr double kStep2 = 0x1.cf79abc9e3b3ap-46;
     constexpr double kShifter = 0x1.8p52;
     const double shifted = x * kInvStep + kShifter;
     // The shifter puts round(x 64/ln2) in the low word of the sum.
