@@ -1,0 +1,31 @@
+// Floor, y[i] = the greatest integer not above a[i].
+//
+// The SSE4.1 rounding instruction with immediate 1, inexact not
+// suppressed, in the loop that aligns to the input (rounding_plan.h).  The
+// immediate fixes the direction, so MXCSR's rounding does not change the
+// result; double runs under round to nearest, while single also sets MXCSR
+// to the matching direction.  Exact for every input: zeros, infinities and
+// NaN (quieted) come back as themselves, with no status.
+#include "frame/kernel_frame.h"
+#include "frame/kernel_tables.h"
+#include "vector/real/rounding/rounding_plan.h"
+
+namespace {
+
+template <typename T>
+void floor_body(int32_t n, const T* a, T* y) {
+    using L = qlm::vector::lanes<T>;
+    qlm::vector::rounding::aligned_to_input(n, a, y, [](typename L::vec v) { return L::template round<1>(v); });
+}
+
+}  // namespace
+
+extern "C" void qlmk_dFloor_HA(int32_t n, const double* a, double* y) {
+    qlm::frame::kernel_frame frame;
+    floor_body(n, a, y);
+}
+
+extern "C" void qlmk_sFloor_HA(int32_t n, const float* a, float* y) {
+    qlm::frame::kernel_frame frame(qlm::frame::kRoundDown);
+    floor_body(n, a, y);
+}
