@@ -13,7 +13,7 @@
 // the multiply; one that fails takes a full x87 division, and a zero
 // denominator under a numerator that is not NaN reports VXM_STATUS_SING.
 // The ragged end runs the per-element step.  Inv is Div with numerator 1.
-#include <emmintrin.h>
+#include <smmintrin.h>
 
 #include <cstdint>
 #include <cstring>
@@ -32,11 +32,14 @@ bool passes_screen(float b) {
     return static_cast<int32_t>((bits - 0x800000u) & 0x7FFFFFFFu) <= kScreen;
 }
 
-// Lanes of a register of denominators that fail the screen, as a 4-bit mask.
-int failing_lanes(__m128 b) {
-    const __m128i d = _mm_and_si128(_mm_sub_epi32(_mm_castps_si128(b), _mm_set1_epi32(0x800000)),
-                                    _mm_set1_epi32(0x7FFFFFFF));
-    return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(d, _mm_set1_epi32(kScreen))));
+// Nonzero when a lane of either register of denominators fails the screen:
+// the screened values of the two are merged by a signed maximum, so one
+// compare serves eight lanes.
+int group_fails(__m128 b0, __m128 b1) {
+    const __m128i bias = _mm_set1_epi32(0x800000), magnitude = _mm_set1_epi32(0x7FFFFFFF);
+    const __m128i d0 = _mm_and_si128(_mm_sub_epi32(_mm_castps_si128(b0), bias), magnitude);
+    const __m128i d1 = _mm_and_si128(_mm_sub_epi32(_mm_castps_si128(b1), bias), magnitude);
+    return _mm_movemask_epi8(_mm_cmpgt_epi32(_mm_max_epi32(d0, d1), _mm_set1_epi32(kScreen)));
 }
 
 __m128 newton_step(__m128 b, __m128 r) {
@@ -75,7 +78,7 @@ void reciprocal_body(int32_t n, const float* a, const float* b, float* y, const 
         // A failing group skips the wide stores, which the per-element step
         // would overwrite anyway: an output aliasing an input then still
         // reads the inputs, not the wide results.
-        if ((failing_lanes(b0) | failing_lanes(b1)) != 0) {
+        if (group_fails(b0, b1) != 0) {
             for (int32_t j = i; j < i + 8; ++j) per_element(j, a, b, y, name);
             continue;
         }

@@ -34,6 +34,9 @@ inline void copy_element(const float* from, float* to) {
     std::memcpy(to, &bits, sizeof bits);
 }
 
+// Loops are unrolled four times: a gather or scatter is bound by its loads
+// and stores, and the unrolled loop spends fewer instructions on counting.
+
 // The two forms of the width flag: W is the type of count, stride and
 // index/mask entries.
 template <typename W>
@@ -60,12 +63,14 @@ struct form<int64_t> {
 template <typename W, typename T>
 void pack_i(int64_t n, const T* a, int64_t stride, T* y) {
     const int64_t count = form<W>::count(n), s = form<W>::stride(stride);
+#pragma GCC unroll 4
     for (int64_t i = 0; i < count; ++i) copy_element(a + i * s, y + i);
 }
 
 template <typename W, typename T>
 void pack_v(int64_t n, const T* a, const void* index, T* y) {
     const int64_t count = form<W>::count(n);
+#pragma GCC unroll 4
     for (int64_t i = 0; i < count; ++i) copy_element(a + form<W>::index(index, i), y + i);
 }
 
@@ -73,6 +78,7 @@ template <typename W, typename T>
 void pack_m(int64_t n, const T* a, const void* mask, T* y) {
     const int64_t count = form<W>::count(n);
     int64_t next = 0;
+#pragma GCC unroll 4
     for (int64_t i = 0; i < count; ++i)
         if (form<W>::mask(mask, i)) copy_element(a + i, y + next++);
 }
@@ -80,12 +86,14 @@ void pack_m(int64_t n, const T* a, const void* mask, T* y) {
 template <typename W, typename T>
 void unpack_i(int64_t n, const T* a, T* y, int64_t stride) {
     const int64_t count = form<W>::count(n), s = form<W>::stride(stride);
+#pragma GCC unroll 4
     for (int64_t i = 0; i < count; ++i) copy_element(a + i, y + i * s);
 }
 
 template <typename W, typename T>
 void unpack_v(int64_t n, const T* a, T* y, const void* index) {
     const int64_t count = form<W>::count(n);
+#pragma GCC unroll 4
     for (int64_t i = 0; i < count; ++i) copy_element(a + i, y + form<W>::index(index, i));
 }
 
@@ -93,6 +101,7 @@ template <typename W, typename T>
 void unpack_m(int64_t n, const T* a, T* y, const void* mask) {
     const int64_t count = form<W>::count(n);
     int64_t next = 0;
+#pragma GCC unroll 4
     for (int64_t i = 0; i < count; ++i)
         if (form<W>::mask(mask, i)) copy_element(a + next++, y + i);
 }
