@@ -58,6 +58,9 @@ TEST(Elementwise, InPlaceAndOverlappingDoubleSubtraction) {
     y = b;
     _vxmdSub(64, a.data(), y.data(), y.data());
     EXPECT_EQ(y, want);
+    y = a;
+    _vxmdSqr(64, y.data(), y.data());
+    for (int i = 0; i < 64; ++i) ASSERT_EQ(y[i], a[i] * a[i]) << i;
     // y one element above a: each difference feeds the next, in index order.
     std::vector<double> buf(70, 10.0), ref(70, 10.0);
     for (int i = 0; i < 60; ++i) ref[i + 1] = ref[i] - b[i];

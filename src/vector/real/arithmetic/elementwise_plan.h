@@ -29,7 +29,7 @@ namespace qlm::vector::elementwise {
 
 // Which input, if any, is the output itself.  The copies differ only in
 // which streams the overlap test looks at.
-enum class aliasing { none, a_is_y, b_is_y };
+enum class aliasing { none, a_is_y, b_is_y, both_are_y };
 
 template <typename Op, typename T>
 inline void scalar_loop(int32_t from, int32_t to, const T* a, const T* b, T* y) {
@@ -74,9 +74,9 @@ void double_main(int32_t from, int32_t to, const double* a, const double* b, dou
 template <typename Op, aliasing Alias>
 void double_body(int32_t n, const double* a, const double* b, double* y) {
     if (n <= 6) return scalar_loop<Op>(0, n, a, b, y);
-    if constexpr (Alias != aliasing::a_is_y)
+    if constexpr (Alias == aliasing::none || Alias == aliasing::b_is_y)
         if (!disjoint(a, y, n)) return scalar_loop<Op>(0, n, a, b, y);
-    if constexpr (Alias != aliasing::b_is_y)
+    if constexpr (Alias == aliasing::none || Alias == aliasing::a_is_y)
         if (!disjoint(b, y, n)) return scalar_loop<Op>(0, n, a, b, y);
     if (n < 8) return scalar_loop<Op>(0, n, a, b, y);
 
@@ -96,7 +96,8 @@ void double_body(int32_t n, const double* a, const double* b, double* y) {
 template <typename Op>
 void run_double(int32_t n, const double* a, const double* b, double* y) {
     if (n <= 0) return;
-    if (a == y) double_body<Op, aliasing::a_is_y>(n, a, b, y);
+    if (a == y && b == y) double_body<Op, aliasing::both_are_y>(n, a, b, y);  // in-place Sqr
+    else if (a == y) double_body<Op, aliasing::a_is_y>(n, a, b, y);
     else if (b == y) double_body<Op, aliasing::b_is_y>(n, a, b, y);
     else double_body<Op, aliasing::none>(n, a, b, y);
 }
