@@ -46,12 +46,13 @@ __m128 newton_step(__m128 b, __m128 r) {
     return _mm_mul_ps(r, _mm_sub_ps(_mm_set1_ps(2.0f), _mm_mul_ps(b, r)));
 }
 
-// a is null for Inv.
-template <bool Newton>
+// Inv has no numerator vector.
+template <bool Newton, bool Inv>
 __m128 quotient(const float* a, int32_t i, __m128 b) {
     __m128 r = _mm_rcp_ps(b);
     if constexpr (Newton) r = newton_step(b, r);
-    return a != nullptr ? _mm_mul_ps(_mm_loadu_ps(a + i), r) : r;
+    if constexpr (Inv) return r;
+    else return _mm_mul_ps(_mm_loadu_ps(a + i), r);
 }
 
 void per_element(int32_t i, const float* a, const float* b, float* y, const char* name) {
@@ -69,7 +70,7 @@ void per_element(int32_t i, const float* a, const float* b, float* y, const char
         qlm::frame::raise_status_s(VXM_STATUS_SING, i, a != nullptr ? a : b, b, y, y, name);
 }
 
-template <bool Newton>
+template <bool Newton, bool Inv>
 void reciprocal_body(int32_t n, const float* a, const float* b, float* y, const char* name) {
     if (n <= 0) return;
     int32_t i = 0;
@@ -82,7 +83,7 @@ void reciprocal_body(int32_t n, const float* a, const float* b, float* y, const 
             for (int32_t j = i; j < i + 8; ++j) per_element(j, a, b, y, name);
             continue;
         }
-        const __m128 q0 = quotient<Newton>(a, i, b0), q1 = quotient<Newton>(a, i + 4, b1);
+        const __m128 q0 = quotient<Newton, Inv>(a, i, b0), q1 = quotient<Newton, Inv>(a, i + 4, b1);
         _mm_storeu_ps(y + i, q0);
         _mm_storeu_ps(y + i + 4, q1);
     }
@@ -93,20 +94,20 @@ void reciprocal_body(int32_t n, const float* a, const float* b, float* y, const 
 
 extern "C" void qlmk_sDiv_LA(int32_t n, const float* a, const float* b, float* y) {
     qlm::frame::kernel_frame frame;
-    reciprocal_body<true>(n, a, b, y, "vsDiv");
+    reciprocal_body<true, false>(n, a, b, y, "vsDiv");
 }
 
 extern "C" void qlmk_sDiv_EP(int32_t n, const float* a, const float* b, float* y) {
     qlm::frame::kernel_frame frame;
-    reciprocal_body<false>(n, a, b, y, "vsDiv");
+    reciprocal_body<false, false>(n, a, b, y, "vsDiv");
 }
 
 extern "C" void qlmk_sInv_LA(int32_t n, const float* a, float* y) {
     qlm::frame::kernel_frame frame;
-    reciprocal_body<true>(n, nullptr, a, y, "vsInv");
+    reciprocal_body<true, true>(n, nullptr, a, y, "vsInv");
 }
 
 extern "C" void qlmk_sInv_EP(int32_t n, const float* a, float* y) {
     qlm::frame::kernel_frame frame;
-    reciprocal_body<false>(n, nullptr, a, y, "vsInv");
+    reciprocal_body<false, true>(n, nullptr, a, y, "vsInv");
 }
