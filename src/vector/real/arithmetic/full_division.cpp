@@ -7,7 +7,9 @@
 // element is reported as VXM_STATUS_SING with the quotient as the division
 // made it (an infinity of the right sign).  0/0 and NaN numerators give NaN
 // without a status.  The ragged end runs the same test one element at a
-// time.  Inv is the same routine with the numerator 1.0.
+// time.  Inv is the same routine with the numerator 1.0.  Single HA uses
+// the double routine's test as it is: one rule for both precisions of the
+// correctly rounded slot.
 #include <cmath>
 
 #include "frame/error_path.h"

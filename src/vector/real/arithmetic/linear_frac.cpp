@@ -10,8 +10,9 @@
 // general path is within 1.5 ulp of the exact ratio of the rounded
 // numerator and denominator, and the third path adds the rounding of r.
 // No status: a zero denominator yields what the arithmetic gives.  Whole
-// registers a turn (two elements in double, four in single), then the same
-// arithmetic one element at a time.
+// registers a turn (two elements in double, four in single: each element's
+// arithmetic is independent, so the lane count changes no result), then the
+// same arithmetic one element at a time.
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
 #include "vector/real/common/sse_lanes.h"

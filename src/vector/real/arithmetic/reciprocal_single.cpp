@@ -4,12 +4,14 @@
 // Method: EP takes rcpps alone (12-bit estimate, relative error below
 // 1.5·2^-12, so at least 11 correct bits after the multiply by a); LA
 // refines it by one Newton step r(2 - br), which squares the error and
-// leaves a few rounding errors in single (measured well inside 4 ulp).
-// Eight elements a turn in two fours.
+// leaves four roundings in single: 3.78 ulp at most over every denominator
+// significand against 48 numerators, inside the 4 ulp of the class.  Eight
+// elements a turn in two fours.
 // Screen on the denominator bits: subtract 0x800000, clear the sign and
 // compare signed with 0x7E000000.  A lane above it (zero, denormal, |b|
-// above 2^126, infinity, NaN) sends the whole group to the per-element step, which applies the same screen to each element: one that
-// passes takes one Newton step on the scalar estimate, even under EP, and
+// above 2^126, infinity, NaN) sends the whole group to the per-element
+// step, which applies the same screen to each element: one that passes
+// takes one Newton step on the scalar estimate, even under EP, and
 // the multiply; one that fails takes a full x87 division, and a zero
 // denominator under a numerator that is not NaN reports VXM_STATUS_SING.
 // The ragged end runs the per-element step.  Inv is Div with numerator 1.

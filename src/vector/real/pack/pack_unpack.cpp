@@ -11,7 +11,8 @@
 // entries; any other value takes the 64-bit count and stride and 64-bit
 // entries, of which an index is read through its low word alone (indices
 // address a 32-bit space) and a mask entry counts as nonzero if either
-// word is.  No arithmetic, no mode word, no MXCSR, no status; a count at or
+// word is.  Element offsets (i times stride, index entries) are formed in
+// 64 bits, so a large stride addresses what it says instead of wrapping.  No arithmetic, no mode word, no MXCSR, no status; a count at or
 // below zero does nothing and indices are not checked.  y elements that are
 // not addressed keep their values.
 // Double elements move through the x87 unit as a 64-bit load and store,
