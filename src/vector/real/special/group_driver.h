@@ -116,3 +116,10 @@ inline uint32_t abs_bits(float x) {
         if (n <= 0) return;                                                               \
         qlm::special::run_binary<__VA_ARGS__>(n, a, b, y);                                \
     }
+// The same for the routines that leave the mode and MXCSR alone at entry.
+#define QLM_UNARY_KERNEL_NO_FRAME(routine, ...)                                            \
+    extern "C" void routine(int32_t n, const typename __VA_ARGS__::T* a,                  \
+                            typename __VA_ARGS__::T* y) {                                 \
+        if (n <= 0) return;                                                               \
+        qlm::special::run_unary<__VA_ARGS__>(n, a, y);                                    \
+    }
