@@ -23,18 +23,7 @@ inline double acosh_plain(double x) {
 }
 
 template <typename Elem, double (*Value)(double), const char* Name>
-struct acosh_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) {
-            const uint32_t h = static_cast<uint32_t>(bits_of(static_cast<double>(x)) >> 32);
-            return h - 0x3FF00000u < 0x40000000u;
-        } else {
-            return bits_of(static_cast<float>(x)) - 0x3F800000u < 0x40000000u;
-        }
-    }
+struct acosh_plan : range_screen<Elem, 0x3FF00000u, 0x40000000u, 0x3F800000u, 0x40000000u, Name> {
     static Elem fast(Elem x) { return static_cast<Elem>(Value(x)); }
     static Elem scalar(Elem x, int& status) {
         if (std::isnan(x) || x == INFINITY) return x + x;

@@ -18,14 +18,7 @@ namespace {
 using namespace qlm::special;
 
 template <typename Elem, double (*Value)(double), const char* Name>
-struct asinh_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < 0x7FF00000u;
-        else return abs_bits(x) < 0x7F800000u;
-    }
+struct asinh_plan : abs_screen<Elem, 0x7FF00000u, 0x7F800000u, Name> {
     static Elem fast(Elem x) { return static_cast<Elem>(Value(x)); }
     static Elem scalar(Elem x, int&) { return x + x; }  // NaN, or twice an infinity
 };

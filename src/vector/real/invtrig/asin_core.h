@@ -72,14 +72,7 @@ inline constexpr int kFitE = sizeof(asin_tail_e) / 8;
 
 // The kernel plan of Asin (Acos false) and Acos (Acos true).
 template <typename Elem, const double* Fit, int Size, bool Extra, bool Acos, const char* Name>
-struct arcsine_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < 0x3FF00000u;
-        else return abs_bits(x) < 0x3F800000u;
-    }
+struct arcsine_plan : abs_screen<Elem, 0x3FF00000u, 0x3F800000u, Name> {
     static Elem fast(Elem x) {
         if constexpr (Acos) return static_cast<Elem>(acos_value<Fit, Size, Extra>(x));
         else return static_cast<Elem>(asin_value<Fit, Size, Extra>(x));

@@ -21,14 +21,8 @@ namespace {
 using namespace qlm::special;
 
 template <typename Elem, int Terms, bool Extra, const char* Name>
-struct atan_plan {
+struct atan_plan : abs_screen<Elem, 0x7FF00000u, 0x7F800000u, Name> {
     using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(T) == 8 ? 4 : 8;
-    static bool lane_ok(T x) {
-        if constexpr (sizeof(T) == 8) return abs_high_word(x) < 0x7FF00000u;
-        else return abs_bits(x) < 0x7F800000u;
-    }
     static T fast(T x) {
         const double r = atan_nonnegative<Terms, Extra>(std::fabs(static_cast<double>(x)));
         return static_cast<T>(std::copysign(r, static_cast<double>(x)));

@@ -24,14 +24,7 @@ namespace {
 using namespace qlm::special;
 
 template <typename Elem, class F, bool Extra, const char* Name>
-struct cdfnorm_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < 0x4042C000u;  // 37.5
-        else return abs_bits(x) < 0x41480000u;                                   // 12.5
-    }
+struct cdfnorm_plan : abs_screen<Elem, 0x4042C000u, 0x41480000u, Name> {  // 37.5 and 12.5
     static Elem fast(Elem x) { return static_cast<Elem>(cdfnorm_value<F, Extra>(x)); }
     static Elem scalar(Elem x, int& status) {
         if (std::isnan(x)) return x + x;

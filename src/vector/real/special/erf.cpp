@@ -20,14 +20,7 @@ namespace {
 using namespace qlm::special;
 
 template <typename Elem, class F, bool Extra, const char* Name>
-struct erf_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < 0x40180000u;  // 6
-        else return abs_bits(x) < 0x40800000u;                                   // 4
-    }
+struct erf_plan : abs_screen<Elem, 0x40180000u, 0x40800000u, Name> {  // 6 and 4
     static Elem fast(Elem x) { return static_cast<Elem>(erf_value<F, Extra>(x)); }
     static Elem scalar(Elem x, int&) { return std::isnan(x) ? x + x : std::copysign(Elem(1), x); }
 };

@@ -21,14 +21,7 @@ namespace {
 using namespace qlm::special;
 
 template <typename Elem, class F, bool Extra, const char* Name>
-struct erfc_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < 0x403A8000u;  // 26.5
-        else return abs_bits(x) < 0x41100000u;                                   // 9
-    }
+struct erfc_plan : abs_screen<Elem, 0x403A8000u, 0x41100000u, Name> {  // 26.5 and 9
     static Elem fast(Elem x) { return static_cast<Elem>(erfc_value<F, Extra>(x)); }
     static Elem scalar(Elem x, int& status) {
         if (std::isnan(x)) return x + x;

@@ -9,8 +9,6 @@
 // routine: NaN gives NaN without a status; 0 gives +infinity and 2 gives
 // -infinity with SING; z < 0 or z > 2 gives NaN with ERRDOM; a denormal z
 // is served by the tail form.
-#include <cmath>
-
 #include "frame/kernel_tables.h"
 #include "vector/real/special/erfinv_core.h"
 #include "vector/real/special/group_driver.h"
@@ -19,37 +17,14 @@ namespace {
 
 using namespace qlm::special;
 
-template <typename Elem, int Steps, const char* Name>
-struct erfcinv_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8)
-            return static_cast<uint32_t>(bits_of(static_cast<double>(x)) >> 32) - 0x00100000u < 0x3FF00000u;
-        else return bits_of(static_cast<float>(x)) - 0x00800000u < 0x3F800000u;
-    }
-    static Elem fast(Elem x) { return static_cast<Elem>(erfc_inverse_value<Steps>(x)); }
-    static Elem scalar(Elem x, int& status) {
-        if (std::isnan(x)) return x + x;
-        if (x > 0 && x < 2) return fast(x);
-        if (x == 0 || x == 2) {
-            status = VXM_STATUS_SING;
-            return x == 0 ? Elem(INFINITY) : Elem(-INFINITY);
-        }
-        status = VXM_STATUS_ERRDOM;
-        return static_cast<Elem>(NAN);
-    }
-};
-
 constexpr char kD[] = "vdErfcInv";
 constexpr char kS[] = "vsErfcInv";
 
 }  // namespace
 
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_dErfcInv_HA, erfcinv_plan<double, 3, kD>)
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_dErfcInv_LA, erfcinv_plan<double, 2, kD>)
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_dErfcInv_EP, erfcinv_plan<double, 2, kD>)
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_sErfcInv_HA, erfcinv_plan<float, 2, kS>)
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_sErfcInv_LA, erfcinv_plan<float, 1, kS>)
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_sErfcInv_EP, erfcinv_plan<float, 1, kS>)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_dErfcInv_HA, quantile_plan<double, 2, erfc_inverse_value<3>, kD>)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_dErfcInv_LA, quantile_plan<double, 2, erfc_inverse_value<2>, kD>)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_dErfcInv_EP, quantile_plan<double, 2, erfc_inverse_value<2>, kD>)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_sErfcInv_HA, quantile_plan<float, 2, erfc_inverse_value<2>, kS>)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_sErfcInv_LA, quantile_plan<float, 2, erfc_inverse_value<1>, kS>)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_sErfcInv_EP, quantile_plan<float, 2, erfc_inverse_value<1>, kS>)

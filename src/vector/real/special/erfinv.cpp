@@ -21,24 +21,9 @@ namespace {
 using namespace qlm::special;
 
 template <typename Elem, int Steps, const char* Name>
-struct erfinv_plan {
-    using T = Elem;
-    static constexpr const char* name = Name;
-    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
-    static bool lane_ok(Elem x) {
-        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < 0x3FF00000u;
-        else return abs_bits(x) < 0x3F800000u;
-    }
+struct erfinv_plan : abs_screen<Elem, 0x3FF00000u, 0x3F800000u, Name> {
     static Elem fast(Elem x) { return static_cast<Elem>(erf_inverse_value<Steps>(x)); }
-    static Elem scalar(Elem x, int& status) {
-        if (std::isnan(x)) return x + x;
-        if (std::fabs(x) == Elem(1)) {
-            status = VXM_STATUS_SING;
-            return x / Elem(0);
-        }
-        status = VXM_STATUS_ERRDOM;
-        return static_cast<Elem>(NAN);
-    }
+    static Elem scalar(Elem x, int& status) { return unit_interval_poles(x, status); }
 };
 
 constexpr char kD[] = "vdErfInv";

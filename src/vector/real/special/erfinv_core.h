@@ -23,6 +23,7 @@
 #include <cmath>
 
 #include "vector/real/special/erf_core.h"
+#include "vector/real/special/group_driver.h"
 
 namespace qlm::special {
 
@@ -148,5 +149,28 @@ inline double erf_inverse_value(double y) {
     const dd x = ay <= 0.5 ? inverse_centre<Steps>(-0.5 * ay) : inverse_tail<Steps>(1.0 - ay, -1);
     return std::copysign(-dd_times_inv_sqrt2(x), y);
 }
+
+// The plan of ErfcInv (Upper 2, +infinity at 0) and CdfNormInv (Upper 1,
+// -infinity at 0).  Screen: 0 < x < Upper with x normal, one unsigned
+// compare of the high word.  The scalar routine: NaN gives NaN without a
+// status; 0 and Upper give the infinities with SING; beyond them NaN with
+// ERRDOM; a denormal x is served by the tail form.
+template <typename Elem, int Upper, double (*Value)(double), const char* Name>
+struct quantile_plan
+    : range_screen<Elem, 0x00100000u, (Upper == 2 ? 0x40000000u : 0x3FF00000u) - 0x00100000u, 0x00800000u,
+                   (Upper == 2 ? 0x40000000u : 0x3F800000u) - 0x00800000u, Name> {
+    static Elem fast(Elem x) { return static_cast<Elem>(Value(x)); }
+    static Elem scalar(Elem x, int& status) {
+        if (x != x) return x + x;
+        if (x > 0 && x < Elem(Upper)) return fast(x);
+        const Elem at_zero = Upper == 2 ? Elem(INFINITY) : Elem(-INFINITY);
+        if (x == 0 || x == Elem(Upper)) {
+            status = VXM_STATUS_SING;
+            return x == 0 ? at_zero : -at_zero;
+        }
+        status = VXM_STATUS_ERRDOM;
+        return static_cast<Elem>(NAN);
+    }
+};
 
 }  // namespace qlm::special

@@ -98,6 +98,55 @@ inline uint32_t abs_bits(float x) {
     return b & 0x7FFFFFFFu;
 }
 
+// The common head of a unary plan whose screen is |x| below a limit: the
+// high word of a double against DoubleLimit, a float's bits against
+// SingleLimit, both with the sign cleared.
+template <typename Elem, uint32_t DoubleLimit, uint32_t SingleLimit, const char* Name>
+struct abs_screen {
+    using T = Elem;
+    static constexpr const char* name = Name;
+    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
+    static bool lane_ok(Elem x) {
+        if constexpr (sizeof(Elem) == 8) return abs_high_word(x) < DoubleLimit;
+        else return abs_bits(x) < SingleLimit;
+    }
+};
+
+// The same for a screen lo <= x < hi on the raw bits (the sign included, so
+// that negative x fails): DoubleLow and the span on the high word, SingleLow
+// and the span on a float's bits.
+template <typename Elem, uint32_t DoubleLow, uint32_t DoubleSpan, uint32_t SingleLow, uint32_t SingleSpan,
+          const char* Name>
+struct range_screen {
+    using T = Elem;
+    static constexpr const char* name = Name;
+    static constexpr int width = sizeof(Elem) == 8 ? 4 : 8;
+    static bool lane_ok(Elem x) {
+        if constexpr (sizeof(Elem) == 8) {
+            uint64_t b;
+            __builtin_memcpy(&b, &x, 8);
+            return static_cast<uint32_t>(b >> 32) - DoubleLow < DoubleSpan;
+        } else {
+            uint32_t b;
+            __builtin_memcpy(&b, &x, 4);
+            return b - SingleLow < SingleSpan;
+        }
+    }
+};
+
+// The scalar routine of a function on (-1, 1) with poles at +-1: NaN gives
+// NaN, +-1 gives +-infinity with SING, beyond gives NaN with ERRDOM.
+template <typename Elem>
+Elem unit_interval_poles(Elem x, int& status) {
+    if (x != x) return x + x;
+    if (x == Elem(1) || x == Elem(-1)) {
+        status = VXM_STATUS_SING;
+        return x / Elem(0);
+    }
+    status = VXM_STATUS_ERRDOM;
+    return __builtin_nanf("");
+}
+
 }  // namespace qlm::special
 
 // Defines kernel routine `routine` running plan `...` under the kernel frame
