@@ -250,6 +250,18 @@ void register_all() {
     register_single("sAtan2_glibc_scalar", a2, a2, [](int n, const float* a, const float* b, float* y) {
         for (int i = 0; i < n; ++i) y[i] = atan2f(a[i], b[i]);
     });
+    // Single LGamma and TGamma (the double routines are not in this tier yet).
+    const domain g{-30, 30};
+    register_single("sLGamma_HA", g, g, [](int n, const float* a, const float*, float* y) { _vxmsLGamma(n, a, y); });
+    register_single("sTGamma_HA", g, g, [](int n, const float* a, const float*, float* y) { _vxmsTGamma(n, a, y); });
+    register_single("sLGamma_sleef_u10", g, g, QLM_QUADS(Sleef_lgammaf4_u10sse4));
+    register_single("sTGamma_sleef_u10", g, g, QLM_QUADS(Sleef_tgammaf4_u10sse4));
+    register_single("sLGamma_glibc_scalar", g, g, scalar_loop_f<lgammaf>);
+    register_single("sTGamma_glibc_scalar", g, g, scalar_loop_f<tgammaf>);
+    for (const char* f : {"sLGamma", "sTGamma"}) {
+        compare(std::string(f) + "_HA", std::string(f) + "_sleef_u10");
+        compare(std::string(f) + "_HA", std::string(f) + "_glibc_scalar");
+    }
     for (const char* t : {"d", "s"}) {
         const std::string p = std::string(t) + "Atan2";
         compare(p + "_HA", p + "_sleef_u10");
@@ -318,6 +330,13 @@ void print_cost_figures() {
     }
     std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "Atan2", "d", dc[0], dc[1], dc[2]);
     std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "Atan2", "s", sc[0], sc[1], sc[2]);
+    // Single only: one routine in all three slots.
+    auto lg = qlm_vxm_kernel_sLGamma_ttab[1];
+    auto tg = qlm_vxm_kernel_sTGamma_ttab[1];
+    const double l = cycles_per_element<float>([lg](int n, const float* a, const float*, float* y) { lg(n, a, y); }, {-30, 30});
+    const double t = cycles_per_element<float>([tg](int n, const float* a, const float*, float* y) { tg(n, a, y); }, {-30, 30});
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "LGamma", "s", l, l, l);
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "TGamma", "s", t, t, t);
 }
 
 }  // namespace

@@ -259,5 +259,22 @@ int main(int argc, char** argv) {
     }
     std::fprintf(out, "\n}  // namespace qlm::special\n");
     std::fclose(out);
+
+    // ---- gamma function, for the single routines ---------------------------
+    out = std::fopen((root + "/special/gamma_tables.h").c_str(), "w");
+    std::fputs(header, out);
+    // h(x) = (Gamma(x) - 1)/((x - 1)(x - 2)) on [1, 2], so that Gamma - 1
+    // keeps its relative accuracy at the zeros of log Gamma.
+    emit_poly("gamma_one_two", fit([](mpfr_t y, const mpfr_t x) {
+        mp a, b;
+        mpfr_gamma(y, x, MPFR_RNDN);
+        mpfr_sub_ui(y, y, 1, MPFR_RNDN);
+        mpfr_sub_ui(a.v, x, 1, MPFR_RNDN);
+        mpfr_sub_ui(b.v, x, 2, MPFR_RNDN);
+        mpfr_mul(a.v, a.v, b.v, MPFR_RNDN);
+        mpfr_div(y, y, a.v, MPFR_RNDN);
+    }, 1.0, 2.0, 1.5, 0x1p-36));
+    std::fprintf(out, "\n}  // namespace qlm::special\n");
+    std::fclose(out);
     return 0;
 }
