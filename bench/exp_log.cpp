@@ -55,9 +55,17 @@ constexpr int kCount = 1024;
 template <typename T>
 using kernel = void (*)(int32_t, const T*, T*);
 template <typename T>
-using lanes = std::conditional_t<sizeof(T) == 8, __m128d, __m128>;
+struct vector_of;
+template <>
+struct vector_of<double> {
+    using fn = const __m128d (*)(__m128d);  // SLEEF declares its results const
+};
+template <>
+struct vector_of<float> {
+    using fn = const __m128 (*)(__m128);
+};
 template <typename T>
-using vector_fn = const lanes<T> (*)(lanes<T>);  // SLEEF declares its results const
+using vector_fn = typename vector_of<T>::fn;
 
 template <typename T>
 struct family {

@@ -88,8 +88,10 @@ TEST(LogSpecial, ContinuousAcrossTheMiddleRows) {
     std::vector<double> y(x.size());
     qlm_vxm_kernel_dLn_ttab[kHA](static_cast<int32_t>(x.size()), x.data(), y.data());
     EXPECT_LE(qlm::test::measure_unary(x, y, mpfr_log).max_ulp, 1.0);
-    for (std::size_t i = 1; i < x.size(); ++i)
-        if (x[i] > x[i - 1]) EXPECT_GE(y[i], y[i - 1]) << "at " << x[i];
+    for (std::size_t i = 1; i < x.size(); ++i) {
+        if (x[i] <= x[i - 1]) continue;  // the next base starts
+        EXPECT_GE(y[i], y[i - 1]) << "at " << x[i];
+    }
 }
 
 // After a failing group the EP routine runs one element at a time until
