@@ -4,4 +4,7 @@
 #include "frame/kernel_tables.h"
 #include "vector/real/exp/hyperbolic_single.h"
 
-QLM_HYPERBOLIC_SINGLE_SLOT(Expm1, expm1, HA, 6)
+namespace hs = qlm::vector::hyperbolic_single;
+using expm1_ha = hs::kernel<hs::function::expm1, 5>;
+
+QLM_HYPERBOLIC_SINGLE_SLOT(Expm1, HA, expm1_ha)

@@ -9,8 +9,20 @@
 //   Sinh   (E + E/(E + 1))/2 with E = e^|x| - 1, and the sign of x
 //   Cosh   e/2 + 1/(2e) with e = e^|x|
 //   Tanh   E/(E + 2) with E = e^(2|x|) - 1, |x| clamped at 10, and the sign
-// Taylor degree of the core per slot: HA 6 (5 for Cosh), LA 4, EP 3; the
-// relative error stays below 2^-27 in EP and 2^-36 in LA.
+// The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
+// one rounding to float decides the result: the HA routines.
+//
+// LA and EP run in float (native below), on the single exponential's
+// mantissa routines (HA's table for LA, EP's degree 4 for EP):
+//   Cosh   e/2 + 1/(2e), the reciprocal by division (LA) or RCPPS (EP;
+//          Sinh too)
+//   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
+//          (e - 1/e)/2, whose cancellation is at most coth 1 (coth 1/2)
+//   Tanh   |x| < 1/2: the same odd series over 1 + x^2/2! + ... + x^8/8!;
+//          above, 1 - 2/(e^(2|x|) + 1), |x| clamped at 9
+// with the sign of x put back.  Their screen is the single exponential's
+// (|x| < 87.3365) for Sinh and Cosh; rejected inputs take the scalar
+// routine above.
 // Scalar routine, from the input: NaN -> x + x; infinities -> the limits
 // (Expm1 -inf -> -1, Cosh -> +inf, Tanh -> +-1); other inputs are clamped
 // to |x| <= 100, run on one lane, and a result that is infinite in float
@@ -20,8 +32,10 @@
 #include <smmintrin.h>
 
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/error_path.h"
+#include "vector/real/exp/exp_single.h"
 #include "vector/real/exp/exp_split.h"
 #include "vector/real/lane_loops.h"
 
@@ -48,11 +62,9 @@ struct kernel {
     static __m128d pair(__m128d x) {
         const __m128d one = _mm_set1_pd(1.0), half = _mm_set1_pd(0.5);
         if constexpr (F == function::expm1) {
-            const auto p = exp_split::split<Degree>(x);
-            if constexpr (Degree == 6) return exp_split::expm1_accurate(x, p);
-            else return exp_split::expm1_of(p);
+            return exp_split::expm1_of(exp_split::split<Degree>(x));
         } else if constexpr (F == function::cosh) {
-            const __m128d e = exp_split::exp_of(exp_split::split<Degree == 6 ? 5 : Degree>(exp_split::magnitude(x)));
+            const __m128d e = exp_split::exp_of(exp_split::split<Degree>(exp_split::magnitude(x)));
             return _mm_add_pd(_mm_mul_pd(half, e), _mm_div_pd(half, e));
         } else if constexpr (F == function::sinh) {
             const __m128d e = exp_split::expm1_of(exp_split::split<Degree>(exp_split::magnitude(x)));
@@ -89,14 +101,77 @@ struct kernel {
     }
 };
 
+// Odd and even Taylor series of sinh and cosh in y^2 = w, up to the given
+// number of terms after the first.
+template <int Terms>
+inline __m128 sinh_series(__m128 y, __m128 w) {
+    constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
+    __m128 q = _mm_set1_ps(c[Terms - 1]);
+    for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
+    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), q));
+}
+template <int Terms>
+inline __m128 cosh_series(__m128 w) {
+    constexpr float c[] = {1.0f / 2, 1.0f / 24, 1.0f / 720, 1.0f / 40320};
+    __m128 q = _mm_set1_ps(c[Terms - 1]);
+    for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
+    return _mm_add_ps(_mm_set1_ps(1.0f), _mm_mul_ps(w, q));
+}
+
+template <function F, bool Enhanced>
+struct native {
+    using wide = kernel<F, 5>;  // rejected inputs
+    using exp_variant = std::conditional_t<Enhanced, exp_single::ep, exp_single::ha>;
+    static constexpr const char* name = wide::name;
+
+    static bool screen(__m128 x) {
+        if constexpr (F == function::tanh) return wide::screen(x);
+        else return exp_single::kernel<exp_variant>::screen(x);
+    }
+    static bool screen_one(__m128 x) { return screen(x); }
+
+    // RCPPS's 12 bits suffice where the reciprocal is a minor term (Cosh,
+    // Sinh above the cut); in Tanh it makes the result, and is divided.
+    static __m128 reciprocal(__m128 v) {
+        if constexpr (Enhanced && F != function::tanh) return _mm_rcp_ps(v);
+        else return _mm_div_ps(_mm_set1_ps(1.0f), v);
+    }
+
+    static __m128 fast(__m128 x) {
+        const __m128 sign = _mm_and_ps(x, _mm_set1_ps(-0.0f));
+        const __m128 y = _mm_andnot_ps(_mm_set1_ps(-0.0f), x), half = _mm_set1_ps(0.5f);
+        if constexpr (F == function::cosh) {
+            const __m128 e = exp_single::kernel<exp_variant>::fast(y);
+            return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
+        } else if constexpr (F == function::sinh) {
+            const __m128 e = exp_single::kernel<exp_variant>::fast(y);
+            const __m128 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
+            const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
+            const __m128 cut = _mm_set1_ps(Enhanced ? 0.5f : 1.0f);
+            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
+        } else {
+            const __m128 c = _mm_min_ps(y, _mm_set1_ps(9.0f));
+            const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
+            const __m128 large = _mm_sub_ps(_mm_set1_ps(1.0f),
+                                            _mm_mul_ps(_mm_set1_ps(2.0f), reciprocal(_mm_add_ps(e, _mm_set1_ps(1.0f)))));
+            const __m128 w = _mm_mul_ps(c, c);
+            const __m128 small = _mm_div_ps(sinh_series<Enhanced ? 3 : 4>(c, w), cosh_series<Enhanced ? 3 : 4>(w));
+            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
+        }
+    }
+
+    static void scalar(int32_t i, const float* a, float* y) {
+        const __m128 x = _mm_set1_ps(a[i]);
+        if (screen(x)) _mm_store_ss(y + i, fast(x));
+        else wide::scalar(i, a, y);
+    }
+};
+
 }  // namespace qlm::vector::hyperbolic_single
 
-// One slot of a single function.
-#define QLM_HYPERBOLIC_SINGLE_SLOT(Name, f, slot, degree)                                                    \
-    extern "C" void qlmk_s##Name##_##slot(int32_t n, const float* a, float* y) {                            \
-        qlm::frame::kernel_frame frame;                                                                     \
-        if (n > 0)                                                                                          \
-            qlm::vector::run_single_groups<                                                                 \
-                qlm::vector::hyperbolic_single::kernel<qlm::vector::hyperbolic_single::function::f, degree>>( \
-                n, a, y);                                                                                   \
+// One slot of a single function, on the routine R.
+#define QLM_HYPERBOLIC_SINGLE_SLOT(Name, slot, R)                                 \
+    extern "C" void qlmk_s##Name##_##slot(int32_t n, const float* a, float* y) { \
+        qlm::frame::kernel_frame frame;                                          \
+        if (n > 0) qlm::vector::run_single_groups<R>(n, a, y);                   \
     }

@@ -4,6 +4,11 @@
 #include "frame/kernel_tables.h"
 #include "vector/real/exp/hyperbolic_single.h"
 
-QLM_HYPERBOLIC_SINGLE_SLOT(Tanh, tanh, HA, 6)
-QLM_HYPERBOLIC_SINGLE_SLOT(Tanh, tanh, LA, 4)
-QLM_HYPERBOLIC_SINGLE_SLOT(Tanh, tanh, EP, 3)
+namespace hs = qlm::vector::hyperbolic_single;
+using tanh_ha = hs::kernel<hs::function::tanh, 5>;
+using tanh_la = hs::native<hs::function::tanh, false>;
+using tanh_ep = hs::native<hs::function::tanh, true>;
+
+QLM_HYPERBOLIC_SINGLE_SLOT(Tanh, HA, tanh_ha)
+QLM_HYPERBOLIC_SINGLE_SLOT(Tanh, LA, tanh_la)
+QLM_HYPERBOLIC_SINGLE_SLOT(Tanh, EP, tanh_ep)
