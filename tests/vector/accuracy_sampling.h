@@ -68,4 +68,15 @@ error_report run_and_measure(unary_kernel<T> kernel, const std::vector<T>& x, mp
     return r;
 }
 
+// Checks the three slots of a table against their classes: HA at most 1
+// ulp, LA at most 4, EP at least ep_bits correct bits.
+template <typename T>
+void check_slots(unary_kernel<T> const* table, const std::vector<T>& x, mpfr_unary f, const char* name,
+                 double ep_bits) {
+    const std::string n = name;
+    EXPECT_LE(run_and_measure(table[1], x, f, n + " HA").max_ulp, 1.0);
+    EXPECT_LE(run_and_measure(table[0], x, f, n + " LA").max_ulp, 4.0);
+    EXPECT_GE(run_and_measure(table[2], x, f, n + " EP").min_bits, ep_bits);
+}
+
 }  // namespace qlm::test

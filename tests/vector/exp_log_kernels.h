@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "qlm/qlm_vxm.h"
@@ -30,6 +31,17 @@ inline std::vector<single_table> exp_log_single_tables() {
             {"sSinh", qlm_vxm_kernel_sSinh_ttab},   {"sCosh", qlm_vxm_kernel_sCosh_ttab},
             {"sTanh", qlm_vxm_kernel_sTanh_ttab},   {"sLn", qlm_vxm_kernel_sLn_ttab},
             {"sLog10", qlm_vxm_kernel_sLog10_ttab}, {"sLog1p", qlm_vxm_kernel_sLog1p_ttab}};
+}
+
+// Runs one element through a slot and returns the result, with the status
+// it left in `status`.
+template <typename T>
+T one(void (*kernel)(int32_t, const T*, T*), std::type_identity_t<T> x, int32_t& status) {
+    qlm_vxm_kernel_ClearErrStatus();
+    T y = T(-12345);
+    kernel(1, &x, &y);
+    status = qlm_vxm_kernel_GetErrStatus();
+    return y;
 }
 
 }  // namespace qlm::test

@@ -123,6 +123,9 @@ struct saved_value_kernel {
     }
 };
 
+// Slot numbers of the value templates: LA, HA, EP.
+inline constexpr int kSlotLA = 0, kSlotHA = 1, kSlotEP = 2;
+
 inline double bits_to_double(uint64_t u) { return _mm_cvtsd_f64(_mm_castsi128_pd(_mm_cvtsi64_si128(static_cast<int64_t>(u)))); }
 inline uint64_t double_to_bits(double d) { return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_castpd_si128(_mm_set_sd(d)))); }
 inline float bits_to_float(uint32_t u) { return _mm_cvtss_f32(_mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int32_t>(u)))); }
@@ -132,3 +135,19 @@ inline __m128d splat_bits(uint64_t u) { return _mm_castsi128_pd(_mm_set1_epi64x(
 inline __m128 splat_bits32(uint32_t u) { return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int32_t>(u))); }
 
 }  // namespace qlm::vector
+
+// The three slots of a double function whose routine is
+// saved_value_kernel<Value<slot>>, under the default frame.
+#define QLM_DOUBLE_VALUE_SLOTS(Name, Value)                                                              \
+    extern "C" void qlmk_d##Name##_LA(int32_t n, const double* a, double* y) {                          \
+        qlm::frame::kernel_frame frame;                                                                 \
+        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value<0>>>(n, a, y); \
+    }                                                                                                   \
+    extern "C" void qlmk_d##Name##_HA(int32_t n, const double* a, double* y) {                          \
+        qlm::frame::kernel_frame frame;                                                                 \
+        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value<1>>>(n, a, y); \
+    }                                                                                                   \
+    extern "C" void qlmk_d##Name##_EP(int32_t n, const double* a, double* y) {                          \
+        qlm::frame::kernel_frame frame;                                                                 \
+        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value<2>>>(n, a, y); \
+    }

@@ -11,21 +11,12 @@
 #include <thread>
 
 #include "qlm/qlm_vxm.h"
+#include "vector/exp_log_kernels.h"
 
 namespace {
 
+using qlm::test::one;
 constexpr int kLA = 0, kHA = 1, kEP = 2;
-
-// Runs one element through a slot and returns the result, with the status
-// it left.
-template <typename T>
-T one(void (*kernel)(int32_t, const T*, T*), std::type_identity_t<T> x, int32_t& status) {
-    qlm_vxm_kernel_ClearErrStatus();
-    T y = T(-12345);
-    kernel(1, &x, &y);
-    status = qlm_vxm_kernel_GetErrStatus();
-    return y;
-}
 
 uint64_t bits(double d) {
     uint64_t u;

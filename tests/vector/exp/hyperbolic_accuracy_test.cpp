@@ -14,8 +14,6 @@ namespace {
 
 using namespace qlm::test;
 
-constexpr int kLA = 0, kHA = 1, kEP = 2;
-
 template <typename T>
 std::vector<T> sample(double top, uint32_t seed) {
     std::vector<T> x;
@@ -24,15 +22,6 @@ std::vector<T> sample(double top, uint32_t seed) {
     add_log_uniform(x, 20000, sizeof(T) == 4 ? 1e-30 : 1e-200, 2.0, true, seed + 2);
     for (T v : {T(0), T(1), T(-1), T(10), T(-10), T(0.5), T(top), T(-top)}) add_neighbours(x, v, 20);
     return x;
-}
-
-template <typename T>
-void check_slots(unary_kernel<T> const* table, const std::vector<T>& x, mpfr_unary f, const char* name,
-                 double ep_bits) {
-    const std::string n = name;
-    EXPECT_LE(run_and_measure(table[kHA], x, f, n + " HA").max_ulp, 1.0);
-    EXPECT_LE(run_and_measure(table[kLA], x, f, n + " LA").max_ulp, 4.0);
-    EXPECT_GE(run_and_measure(table[kEP], x, f, n + " EP").min_bits, ep_bits);
 }
 
 // Expm1 is sampled up to 709.78, Sinh and Cosh up to 710.47, the largest

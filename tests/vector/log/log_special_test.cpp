@@ -10,20 +10,13 @@
 #include <vector>
 
 #include "qlm/qlm_vxm.h"
+#include "vector/exp_log_kernels.h"
 #include "support/ulp.h"
 
 namespace {
 
+using qlm::test::one;
 constexpr int kLA = 0, kHA = 1, kEP = 2;
-
-template <typename T>
-T one(void (*kernel)(int32_t, const T*, T*), std::type_identity_t<T> x, int32_t& status) {
-    qlm_vxm_kernel_ClearErrStatus();
-    T y = T(-12345);
-    kernel(1, &x, &y);
-    status = qlm_vxm_kernel_GetErrStatus();
-    return y;
-}
 
 template <typename T>
 void check_ln_like(void (*const* table)(int32_t, const T*, T*), T pole, const char* name) {

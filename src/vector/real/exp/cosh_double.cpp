@@ -4,7 +4,8 @@
 //       h hi is exact, so the result carries the last rounding, the core's
 //       error and that of the small reciprocal: under one ulp.
 //   LA  Taylor degree 5; e/2 + 1/(2e) from the rounded e = e^|x|.
-//   EP  Taylor degree 3 (2^-28); the same sum.
+//   EP  e from the EP exponential (one-piece reduction, r + r^2/2, about
+//       28 bits); the same sum.
 // Screen: |x| < 708.396.  Special results: NaN -> x + x, +-inf -> +inf,
 // |x| from 708 on -> e^|x|/2 by the split scale, +inf with OVERFLOW once
 // that is not finite (|x| > 710.4758600739439).
@@ -18,11 +19,7 @@ namespace {
 using namespace qlm::vector;
 
 template <int Slot>  // 0 LA, 1 HA, 2 EP
-struct cosh_value {
-    static bool screen(__m128d x0, __m128d x1) {
-        return all_magnitudes_below(high_words(x0, x1), exp_double::kScreen, 0xF);
-    }
-    static bool screen_one(__m128d x) { return all_magnitudes_below(high_words(x, x), exp_double::kScreen, 0x1); }
+struct cosh_value : exp_split::exp_screen {
     static __m128d value(__m128d x) {
         const __m128d ax = exp_split::magnitude(x), half = _mm_set1_pd(0.5);
         if constexpr (Slot == 1) {
@@ -31,7 +28,9 @@ struct cosh_value {
             const __m128d inverse = _mm_div_pd(half, exp_split::exp_of(p));
             return _mm_add_pd(_mm_mul_pd(h, p.hi), _mm_add_pd(_mm_mul_pd(h, p.tail), inverse));
         } else {
-            const __m128d e = exp_split::exp_of(exp_split::split<Slot == 0 ? 5 : 3>(ax));
+            __m128d e;
+            if constexpr (Slot == 0) e = exp_split::exp_of(exp_split::split<5>(ax));
+            else e = exp_double::kernel<exp_double::ep>::fast(ax);
             return _mm_add_pd(_mm_mul_pd(half, e), _mm_div_pd(half, e));
         }
     }
@@ -48,14 +47,6 @@ struct cosh_value {
     }
 };
 
-template <int Slot>
-void run(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<cosh_value<Slot>>>(n, a, y);
-}
-
 }  // namespace
 
-extern "C" void qlmk_dCosh_LA(int32_t n, const double* a, double* y) { run<0>(n, a, y); }
-extern "C" void qlmk_dCosh_HA(int32_t n, const double* a, double* y) { run<1>(n, a, y); }
-extern "C" void qlmk_dCosh_EP(int32_t n, const double* a, double* y) { run<2>(n, a, y); }
+QLM_DOUBLE_VALUE_SLOTS(Cosh, cosh_value)

@@ -22,6 +22,14 @@
 
 namespace qlm::vector::exp_split {
 
+// The exponential's screen, |x| < 708.396, for the routines on this core.
+struct exp_screen {
+    static bool screen(__m128d x0, __m128d x1) {
+        return all_magnitudes_below(high_words(x0, x1), exp_double::kScreen, 0xF);
+    }
+    static bool screen_one(__m128d x) { return all_magnitudes_below(high_words(x, x), exp_double::kScreen, 0x1); }
+};
+
 struct parts {
     __m128d scale, hi, tail;
 };

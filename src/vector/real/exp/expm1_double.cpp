@@ -23,11 +23,7 @@ namespace {
 using namespace qlm::vector;
 
 template <int Slot>  // 0 LA, 1 HA, 2 EP
-struct expm1_value {
-    static bool screen(__m128d x0, __m128d x1) {
-        return all_magnitudes_below(high_words(x0, x1), exp_double::kScreen, 0xF);
-    }
-    static bool screen_one(__m128d x) { return all_magnitudes_below(high_words(x, x), exp_double::kScreen, 0x1); }
+struct expm1_value : exp_split::exp_screen {
     static __m128d value(__m128d x) {
         if constexpr (Slot == 1) return exp_split::expm1_accurate(x, exp_split::split<6>(x));
         else return exp_split::expm1_of(exp_split::split<Slot == 0 ? 6 : 4>(x));
@@ -45,14 +41,6 @@ struct expm1_value {
     }
 };
 
-template <int Slot>
-void run(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<expm1_value<Slot>>>(n, a, y);
-}
-
 }  // namespace
 
-extern "C" void qlmk_dExpm1_LA(int32_t n, const double* a, double* y) { run<0>(n, a, y); }
-extern "C" void qlmk_dExpm1_HA(int32_t n, const double* a, double* y) { run<1>(n, a, y); }
-extern "C" void qlmk_dExpm1_EP(int32_t n, const double* a, double* y) { run<2>(n, a, y); }
+QLM_DOUBLE_VALUE_SLOTS(Expm1, expm1_value)

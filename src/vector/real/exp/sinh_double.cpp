@@ -21,11 +21,7 @@ namespace {
 using namespace qlm::vector;
 
 template <bool High>
-struct sinh_value {
-    static bool screen(__m128d x0, __m128d x1) {
-        return all_magnitudes_below(high_words(x0, x1), exp_double::kScreen, 0xF);
-    }
-    static bool screen_one(__m128d x) { return all_magnitudes_below(high_words(x, x), exp_double::kScreen, 0x1); }
+struct sinh_value : exp_split::exp_screen {
     static __m128d value(__m128d x) {
         const __m128d ax = exp_split::magnitude(x), half = _mm_set1_pd(0.5), one = _mm_set1_pd(1.0);
         const auto p = exp_split::split<6>(ax);

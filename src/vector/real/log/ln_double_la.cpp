@@ -20,12 +20,10 @@ namespace {
 
 using namespace qlm::vector;
 
-struct ln_fine {
+struct ln_fine : log_double::domain_screen {
     struct reduced {
         double value;  // the lane's finished sum
     };
-    static bool screen(__m128d x0, __m128d x1) { return log_double::pair_in_domain(x0, x1); }
-    static bool screen_one(__m128d x) { return log_double::one_in_domain(x); }
     static __m128d fast(__m128d x) { return log_double::fine_result(log_double::fine(x)); }
     static void reduce(__m128d x, reduced& l0, reduced& l1) {
         const __m128d v = fast(x);

@@ -24,9 +24,7 @@ constexpr uint64_t kLog10eHead = 0x3FDBCB7B10000000ull;  // 26 significant bits
 constexpr uint64_t kHeadMask = 0xFFFFFFFFF8000000ull;
 
 template <int Slot>  // 0 LA, 1 HA, 2 EP
-struct log10_value {
-    static bool screen(__m128d x0, __m128d x1) { return log_double::pair_in_domain(x0, x1); }
-    static bool screen_one(__m128d x) { return log_double::one_in_domain(x); }
+struct log10_value : log_double::domain_screen {
     static __m128d value(__m128d x) {
         const __m128d c = splat_bits(kLog10e);
         if constexpr (Slot == 2) return _mm_mul_pd(log_double::coarse<3, false>(x), c);
@@ -59,14 +57,6 @@ struct log10_value {
     }
 };
 
-template <int Slot>
-void run(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<log10_value<Slot>>>(n, a, y);
-}
-
 }  // namespace
 
-extern "C" void qlmk_dLog10_LA(int32_t n, const double* a, double* y) { run<0>(n, a, y); }
-extern "C" void qlmk_dLog10_HA(int32_t n, const double* a, double* y) { run<1>(n, a, y); }
-extern "C" void qlmk_dLog10_EP(int32_t n, const double* a, double* y) { run<2>(n, a, y); }
+QLM_DOUBLE_VALUE_SLOTS(Log10, log10_value)

@@ -56,14 +56,6 @@ struct log1p_value {
     }
 };
 
-template <int Slot>
-void run(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<log1p_value<Slot>>>(n, a, y);
-}
-
 }  // namespace
 
-extern "C" void qlmk_dLog1p_LA(int32_t n, const double* a, double* y) { run<0>(n, a, y); }
-extern "C" void qlmk_dLog1p_HA(int32_t n, const double* a, double* y) { run<1>(n, a, y); }
-extern "C" void qlmk_dLog1p_EP(int32_t n, const double* a, double* y) { run<2>(n, a, y); }
+QLM_DOUBLE_VALUE_SLOTS(Log1p, log1p_value)

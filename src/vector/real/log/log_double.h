@@ -44,6 +44,11 @@ inline bool one_in_domain(__m128d x) {
     return all_unsigned_in_range(high_words(x, x), 0x00100000u, 0x7FE00000u, 0x1);
 }
 
+struct domain_screen {
+    static bool screen(__m128d x0, __m128d x1) { return pair_in_domain(x0, x1); }
+    static bool screen_one(__m128d x) { return one_in_domain(x); }
+};
+
 inline __m128d mantissa(__m128d x) {
     return _mm_or_pd(_mm_and_pd(x, splat_bits(kMantissaMask)), splat_bits(kOne));
 }
