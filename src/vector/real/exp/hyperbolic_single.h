@@ -18,7 +18,7 @@
 //          Sinh too)
 //   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
 //          (e - 1/e)/2, whose cancellation is at most coth 1 (coth 1/2)
-//   Tanh   |x| < 1/2: the same odd series over 1 + x^2/2! + ... + x^8/8!;
+//   Tanh   |x| < 1/2: x + x^3 P(x^2), P fitted (five terms, EP three);
 //          above, 1 - 2/(e^(2|x|) + 1), |x| clamped at 9
 // with the sign of x put back.  Their screen is the single exponential's
 // (|x| < 87.3365) for Sinh and Cosh; rejected inputs take the scalar
@@ -101,21 +101,14 @@ struct kernel {
     }
 };
 
-// Odd and even Taylor series of sinh and cosh in y^2 = w, up to the given
-// number of terms after the first.
+// The odd Taylor series of sinh in y^2 = w, with the given number of
+// terms after the first.
 template <int Terms>
 inline __m128 sinh_series(__m128 y, __m128 w) {
     constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
     __m128 q = _mm_set1_ps(c[Terms - 1]);
     for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
     return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), q));
-}
-template <int Terms>
-inline __m128 cosh_series(__m128 w) {
-    constexpr float c[] = {1.0f / 2, 1.0f / 24, 1.0f / 720, 1.0f / 40320};
-    __m128 q = _mm_set1_ps(c[Terms - 1]);
-    for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
-    return _mm_add_ps(_mm_set1_ps(1.0f), _mm_mul_ps(w, q));
 }
 
 template <function F, bool Enhanced>
@@ -154,8 +147,17 @@ struct native {
             const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
             const __m128 large = _mm_sub_ps(_mm_set1_ps(1.0f),
                                             _mm_mul_ps(_mm_set1_ps(2.0f), reciprocal(_mm_add_ps(e, _mm_set1_ps(1.0f)))));
+            // |x| < 1/2: x + x^3 P(x^2), P interpolated at Chebyshev nodes in
+            // x^2 on (0, 1/4]: 2^-26.3 relative with five terms, 2^-17 with three.
+            static constexpr float la[] = {-0.333333343f, 0.133333251f, -0.053959202f, 0.0216649789f,
+                                           -0.00737843243f};
+            static constexpr float ep[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
+            const float* coefficients = Enhanced ? ep : la;
+            constexpr int terms = Enhanced ? 3 : 5;
             const __m128 w = _mm_mul_ps(c, c);
-            const __m128 small = _mm_div_ps(sinh_series<Enhanced ? 3 : 4>(c, w), cosh_series<Enhanced ? 3 : 4>(w));
+            __m128 q = _mm_set1_ps(coefficients[terms - 1]);
+            for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(coefficients[k]), _mm_mul_ps(w, q));
+            const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), q));
             return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
         }
     }
