@@ -20,7 +20,8 @@ std::vector<T> sample(double top, uint32_t seed) {
     add_uniform(x, 30000, -top, top, seed);
     add_uniform(x, 20000, -3.0, 3.0, seed + 1);
     add_log_uniform(x, 20000, sizeof(T) == 4 ? 1e-30 : 1e-200, 2.0, true, seed + 2);
-    for (T v : {T(0), T(1), T(-1), T(10), T(-10), T(0.5), T(top), T(-top)}) add_neighbours(x, v, 20);
+    for (T v : {T(0), T(1), T(-1), T(10), T(-10), T(0.5), T(0.55), T(-0.55), T(0.03), T(-0.03), T(top), T(-top)})
+        add_neighbours(x, v, 20);
     return x;
 }
 

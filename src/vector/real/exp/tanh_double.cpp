@@ -3,12 +3,14 @@
 //   LA  E = e^(2|x|) - 1 by the core of exp_split.h (Taylor degree 6),
 //       tanh = E/(E + 2) with the sign of x, |x| clamped at 20 where the
 //       quotient is 1 in double; about two ulps from the roundings.
-//   HA  the same formula in x87 extended precision, lane by lane:
-//       2|x| log2 e split into an integer i and |f| <= 1/2, E = 2^f - 1 by
-//       F2XM1 (kept alone when i = 0, so small x keep their relative
-//       accuracy) or scaled by FSCALE, then E/(E + 2).  Eleven spare bits
-//       leave the one rounding to double: about half an ulp.  The frame
-//       sets the x87 unit to extended precision for the call.
+//   HA  |x| < 0.55: x + x w P(w), w = x^2, P of degree 10 interpolated at
+//       Chebyshev nodes in w on (0, 0.3025], 2^-57.4 relative with its
+//       double coefficients; the addition of x rounds last.
+//       |x| >= 0.55: 1 - 2/(D + d), e^(2|x|) + 1 = D + d exactly from the
+//       core's scale hi + 1 (exact while the scale is below 2^53) and
+//       scale tail (Fast2Sum); q = 2/D, then 1 - q split exactly
+//       (Fast2Sum) and q^2 d/2 added to its error term.  The quotient's rounding is at most a quarter ulp
+//       of the result, so the sum stays below 0.8 ulp.
 // Screen: finite inputs.  Special results: NaN -> x + x, +-inf -> +-1.
 // No status is raised.
 #include "frame/error_path.h"
@@ -20,19 +22,31 @@ namespace {
 
 using namespace qlm::vector;
 
-// e^y - 1 for 0 <= y <= 40 in extended precision.
-long double x87_expm1(long double y) {
-    long double log2e;
-    asm("fldl2e" : "=t"(log2e));
-    const long double t = y * log2e;
-    long double i = t;
-    asm("frndint" : "+t"(i));
-    long double f = t - i;
-    asm("f2xm1" : "+t"(f));
-    if (i == 0) return f;
-    long double scaled = f + 1.0L;
-    asm("fscale" : "+t"(scaled) : "u"(i));
-    return scaled - 1.0L;
+__m128d small_tanh(__m128d y) {
+    static constexpr double p[] = {-0.3333333333333333,     0.13333333333332714,    -0.053968253967434016,
+                                   0.021869488493666944,    -0.008863234397814355,  0.003592110378689024,
+                                   -0.001455661830100716,   0.0005889360520074057,  -0.0002346347410887237,
+                                   8.511313685577672e-05,   -2.060276537636634e-05};
+    const __m128d w = _mm_mul_pd(y, y);
+    __m128d q = _mm_set1_pd(p[10]);
+    for (int k = 9; k >= 0; --k) q = _mm_add_pd(_mm_set1_pd(p[k]), _mm_mul_pd(w, q));
+    return _mm_add_pd(y, _mm_mul_pd(_mm_mul_pd(y, w), q));
+}
+
+__m128d large_tanh(__m128d y) {
+    const auto p = exp_split::split<6>(_mm_add_pd(y, y));
+    const __m128d one = _mm_set1_pd(1.0);
+    // D = e + 1 as big + rest exactly: scale hi + 1 is exact, and the tail
+    // joins it by Fast2Sum.
+    const __m128d head = _mm_add_pd(_mm_mul_pd(p.scale, p.hi), one);
+    const __m128d tail = _mm_mul_pd(p.scale, p.tail);
+    const __m128d big = _mm_add_pd(head, tail);
+    const __m128d rest = _mm_sub_pd(tail, _mm_sub_pd(big, head));
+    const __m128d q = _mm_div_pd(_mm_set1_pd(2.0), big);
+    const __m128d s = _mm_sub_pd(one, q);
+    const __m128d err = _mm_sub_pd(_mm_sub_pd(one, s), q);
+    const __m128d correction = _mm_mul_pd(_mm_mul_pd(_mm_mul_pd(q, q), _mm_set1_pd(0.5)), rest);
+    return _mm_add_pd(s, _mm_add_pd(err, correction));
 }
 
 template <bool High>
@@ -45,13 +59,8 @@ struct tanh_value {
             const __m128d e = exp_split::expm1_of(exp_split::split<6>(_mm_add_pd(ax, ax)));
             return exp_split::with_sign_of(x, _mm_div_pd(e, _mm_add_pd(e, _mm_set1_pd(2.0))));
         } else {
-            alignas(16) double lanes[2];
-            _mm_store_pd(lanes, ax);
-            for (double& v : lanes) {
-                const long double e = x87_expm1(2.0L * v);
-                v = static_cast<double>(e / (e + 2.0L));
-            }
-            return exp_split::with_sign_of(x, _mm_load_pd(lanes));
+            const __m128d small = _mm_cmplt_pd(ax, _mm_set1_pd(0.55));
+            return exp_split::with_sign_of(x, _mm_blendv_pd(large_tanh(ax), small_tanh(ax), small));
         }
     }
     static bool special(int32_t i, const double* a, double* y) {
@@ -71,6 +80,6 @@ extern "C" void qlmk_dTanh_LA(int32_t n, const double* a, double* y) {
     if (n > 0) run_double_groups<saved_value_kernel<tanh_value<false>>>(n, a, y);
 }
 extern "C" void qlmk_dTanh_HA(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame(qlm::frame::kRoundNearest, qlm::frame::kX87Extended);
+    qlm::frame::kernel_frame frame;
     if (n > 0) run_double_groups<saved_value_kernel<tanh_value<true>>>(n, a, y);
 }
