@@ -1,15 +1,14 @@
 // Single Ln, Log10 and Log1p on one plan.
 //
 // Eight elements a turn in two fours, screened before any arithmetic
-// (Ln, Log10: positive normal finite; Log1p: finite and above -1).  Each
-// four is widened to two double pairs and run through the coarse core of
-// log_double.h, whose error is far below a float ulp, so the one rounding
-// to float decides the result:
-//   HA  Taylor degree 4 with ln lo: truncation r^5/5, under 2^-38 relative
-// Log10 multiplies by log10 e in double; Log1p takes u = 1 + x in double
-// and adds (x - (u - 1))/u, the part of 1 + x that u lost.  LA and EP run
-// in float with a longer polynomial instead of the table (native below),
-// at about half the work of the widened evaluation.
+// (Ln, Log10: positive normal finite; Log1p: finite and above -1).
+// HA widens each four to two double pairs and runs the coarse core of
+// log_double.h with Taylor degree 4 and ln lo (truncation r^5/5, under
+// 2^-38 relative), far below a float ulp, so the one rounding to float
+// decides the result.  Log10 multiplies by log10 e in double; Log1p takes
+// u = 1 + x in double and adds (x - (u - 1))/u, the part of 1 + x that u
+// lost.  LA and EP run in float with a longer polynomial instead of the
+// table (native below), at about half the work of the widened evaluation.
 // Scalar routine, from the input: NaN -> x + x, +inf -> +inf, zero (Log1p:
 // -1) -> -inf with SING, below it -> NaN with ERRDOM; other inputs,
 // denormals included (normal once widened), run the formula on one lane.
