@@ -123,6 +123,17 @@ struct saved_value_kernel {
     }
 };
 
+// The scalar routine of a single routine R that serves only what passes
+// its screen and hands everything else to the routine Wide: the element
+// runs R's formula on one lane, so a recomputed group matches the fast
+// lane, and specials keep Wide's results and statuses.
+template <class R, class Wide>
+void single_scalar_or_wide(int32_t i, const float* a, float* y) {
+    const __m128 x = _mm_set1_ps(a[i]);
+    if (R::screen(x)) _mm_store_ss(y + i, R::fast(x));
+    else Wide::scalar(i, a, y);
+}
+
 // Slot numbers of the value templates: LA, HA, EP.
 inline constexpr int kSlotLA = 0, kSlotHA = 1, kSlotEP = 2;
 
@@ -136,18 +147,15 @@ inline __m128 splat_bits32(uint32_t u) { return _mm_castsi128_ps(_mm_set1_epi32(
 
 }  // namespace qlm::vector
 
-// The three slots of a double function whose routine is
-// saved_value_kernel<Value<slot>>, under the default frame.
-#define QLM_DOUBLE_VALUE_SLOTS(Name, Value)                                                              \
-    extern "C" void qlmk_d##Name##_LA(int32_t n, const double* a, double* y) {                          \
-        qlm::frame::kernel_frame frame;                                                                 \
-        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value<0>>>(n, a, y); \
-    }                                                                                                   \
-    extern "C" void qlmk_d##Name##_HA(int32_t n, const double* a, double* y) {                          \
-        qlm::frame::kernel_frame frame;                                                                 \
-        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value<1>>>(n, a, y); \
-    }                                                                                                   \
-    extern "C" void qlmk_d##Name##_EP(int32_t n, const double* a, double* y) {                          \
-        qlm::frame::kernel_frame frame;                                                                 \
-        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value<2>>>(n, a, y); \
+// One slot of a double function whose routine is saved_value_kernel<Value>,
+// under the default frame, and the three slots of Value<0>, <1>, <2>.
+#define QLM_DOUBLE_VALUE_SLOT(Name, slot, Value)                                                    \
+    extern "C" void qlmk_d##Name##_##slot(int32_t n, const double* a, double* y) {                  \
+        qlm::frame::kernel_frame frame;                                                             \
+        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<Value>>(n, a, y); \
     }
+
+#define QLM_DOUBLE_VALUE_SLOTS(Name, Value)  \
+    QLM_DOUBLE_VALUE_SLOT(Name, LA, Value<0>) \
+    QLM_DOUBLE_VALUE_SLOT(Name, HA, Value<1>) \
+    QLM_DOUBLE_VALUE_SLOT(Name, EP, Value<2>)

@@ -162,11 +162,7 @@ struct native {
         }
     }
 
-    static void scalar(int32_t i, const float* a, float* y) {
-        const __m128 x = _mm_set1_ps(a[i]);
-        if (screen(x)) _mm_store_ss(y + i, fast(x));
-        else wide::scalar(i, a, y);
-    }
+    static void scalar(int32_t i, const float* a, float* y) { single_scalar_or_wide<native, wide>(i, a, y); }
 };
 
 }  // namespace qlm::vector::hyperbolic_single

@@ -58,13 +58,10 @@ struct sinh_value : exp_split::exp_screen {
     }
 };
 
+using sinh_la = sinh_value<false>;
+using sinh_ha = sinh_value<true>;
+
 }  // namespace
 
-extern "C" void qlmk_dSinh_LA(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<sinh_value<false>>>(n, a, y);
-}
-extern "C" void qlmk_dSinh_HA(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<sinh_value<true>>>(n, a, y);
-}
+QLM_DOUBLE_VALUE_SLOT(Sinh, LA, sinh_la)
+QLM_DOUBLE_VALUE_SLOT(Sinh, HA, sinh_ha)

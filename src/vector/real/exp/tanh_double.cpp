@@ -73,13 +73,10 @@ struct tanh_value {
     }
 };
 
+using tanh_la = tanh_value<false>;
+using tanh_ha = tanh_value<true>;
+
 }  // namespace
 
-extern "C" void qlmk_dTanh_LA(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<tanh_value<false>>>(n, a, y);
-}
-extern "C" void qlmk_dTanh_HA(int32_t n, const double* a, double* y) {
-    qlm::frame::kernel_frame frame;
-    if (n > 0) run_double_groups<saved_value_kernel<tanh_value<true>>>(n, a, y);
-}
+QLM_DOUBLE_VALUE_SLOT(Tanh, LA, tanh_la)
+QLM_DOUBLE_VALUE_SLOT(Tanh, HA, tanh_ha)

@@ -132,11 +132,8 @@ struct native {
         }
     }
 
-    static void scalar(int32_t i, const float* a, float* y) {
-        const float x = a[i];
-        if (screen(_mm_set1_ps(x))) _mm_store_ss(y + i, fast(_mm_set1_ps(x)));
-        else wide::scalar(i, a, y);  // specials, and denormals evaluated in double
-    }
+    // Specials, and denormals evaluated in double, go to the wide routine.
+    static void scalar(int32_t i, const float* a, float* y) { single_scalar_or_wide<native, wide>(i, a, y); }
 };
 
 template <function F>
