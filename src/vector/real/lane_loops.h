@@ -134,9 +134,6 @@ void single_scalar_or_wide(int32_t i, const float* a, float* y) {
     else Wide::scalar(i, a, y);
 }
 
-// Slot numbers of the value templates: LA, HA, EP.
-inline constexpr int kSlotLA = 0, kSlotHA = 1, kSlotEP = 2;
-
 inline double bits_to_double(uint64_t u) { return _mm_cvtsd_f64(_mm_castsi128_pd(_mm_cvtsi64_si128(static_cast<int64_t>(u)))); }
 inline uint64_t double_to_bits(double d) { return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_castpd_si128(_mm_set_sd(d)))); }
 inline float bits_to_float(uint32_t u) { return _mm_cvtss_f32(_mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int32_t>(u)))); }
