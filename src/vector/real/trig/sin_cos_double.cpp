@@ -1,0 +1,152 @@
+// Double Sin, Cos and SinCos in all slots.
+//
+// HA: four elements a turn in two pairs; screen |x| < 90112 on the high words
+// (0x40F60000); the table method by pi/64 of sine_core.h (128-row angle table,
+// three-piece pi/64, exact Taylor coefficients), within 0.52 ulp.  A failing
+// group is recomputed element by element: lanes that pass run the same
+// arithmetic on one lane, the others go to the per-element step (NaN gives
+// x - x, an infinity x - x with VXM_STATUS_ERRDOM, anything finite the
+// evaluator with its tiny path and exact large-argument reduction).  Sin and
+// Cos HA run under the x87 control value 0x200, SinCos HA under 0x300.
+//
+// LA and EP: eight elements a turn in four pairs, the polynomial method by pi;
+// each lane at or above 2^24 (infinities included) is then redone on its own
+// through the per-element step while the other lanes keep their wide results;
+// NaN lanes compare false and give NaN on the wide path.  EP uses the stated
+// degree-9 polynomial (about 29 bits), LA the Taylor series to r^23 (within
+// 2 ulps).  SinCos LA runs under the x87 control value 0x200.
+#include <cstdint>
+
+#include "frame/error_path.h"
+#include "frame/kernel_frame.h"
+#include "frame/kernel_tables.h"
+#include "vector/real/power/group_loop.h"
+#include "vector/real/power/lanes.h"
+#include "vector/real/trig/sine_core.h"
+
+namespace {
+
+using namespace qlm::lanes;
+using qlm::frame::kernel_frame;
+using qlm::frame::kRoundNearest;
+using qlm::frame::kX87Double;
+using qlm::frame::kX87Extended;
+namespace trig = qlm::trig;
+
+// The per-element step shared by every slot: result and status of one input.
+inline double special_step(double x, int64_t quarter, int32_t& status) {
+    if (!(abs(x) <= 0x1.fffffffffffffp1023)) {
+        if (x == x) status = VXM_STATUS_ERRDOM;  // an infinity; NaN stays quiet
+        return x - x;
+    }
+    return trig::sin_evaluate(x, quarter);
+}
+
+// Which outputs a kernel writes: sin to y, cos to y, or sin to y and cos to z.
+enum class outputs { sin, cos, sincos };
+
+inline void finish(int32_t status, int32_t i, const double* a, double* y, double* z,
+                   const char* name) {
+    if (status != 0) qlm::frame::raise_status_d(status, i, a, a, y, z, name);
+}
+
+template <outputs Out>
+void table_kernel(int32_t n, const double* a, double* y, double* z, const char* name) {
+    auto fast_one = [](double x, int64_t quarter) {
+        const double v = trig::sin_by_table(x, quarter);
+        return quarter == 0 ? keep_zero(x, v) : v;
+    };
+    auto element = [&](int32_t i) {
+        const double x = a[i];
+        int32_t status = 0;
+        const bool wide = high_word(x) < trig::kSinScreenHigh;
+        if constexpr (Out != outputs::cos)
+            y[i] = wide ? fast_one(x, 0) : special_step(x, 0, status);
+        if constexpr (Out == outputs::cos)
+            y[i] = wide ? fast_one(x, 1) : special_step(x, 1, status);
+        if constexpr (Out == outputs::sincos)
+            z[i] = wide ? fast_one(x, 1) : special_step(x, 1, status);
+        finish(status, i, a, y, Out == outputs::sincos ? z : y, name);
+    };
+    auto fast = [&](int32_t i) {
+        if (!all_below<4>(a + i, trig::kSinScreenHigh)) return false;
+        const v2df x0 = load2(a + i), x1 = load2(a + i + 2);
+        if constexpr (Out != outputs::cos) {
+            store2(y + i, keep_zero(x0, trig::sin_by_table(x0, 0)));
+            store2(y + i + 2, keep_zero(x1, trig::sin_by_table(x1, 0)));
+        }
+        double* c = Out == outputs::sincos ? z : y;
+        if constexpr (Out != outputs::sin) {
+            store2(c + i, trig::sin_by_table(x0, 1));
+            store2(c + i + 2, trig::sin_by_table(x1, 1));
+        }
+        return true;
+    };
+    run_groups<4>(n, fast, element);
+}
+
+template <trig::sine_poly Poly, outputs Out>
+void poly_kernel(int32_t n, const double* a, double* y, double* z, const char* name) {
+    // Lanes at or above 2^24 leave the wide result for the per-element step.
+    auto redo = [&](int32_t i) {
+        int32_t status = 0;
+        if constexpr (Out != outputs::cos) y[i] = special_step(a[i], 0, status);
+        if constexpr (Out == outputs::cos) y[i] = special_step(a[i], 1, status);
+        if constexpr (Out == outputs::sincos) z[i] = special_step(a[i], 1, status);
+        finish(status, i, a, y, Out == outputs::sincos ? z : y, name);
+    };
+    auto wide = [&](int32_t i, auto x) {
+        if constexpr (Out != outputs::cos) put(y + i, trig::sin_by_poly<Poly, false>(x));
+        if constexpr (Out != outputs::sin)
+            put((Out == outputs::sincos ? z : y) + i, trig::sin_by_poly<Poly, true>(x));
+    };
+    run_eights_redo(n, a, trig::kPolyLimit, wide, redo);
+}
+
+constexpr auto kEp = trig::sine_poly::ep;
+constexpr auto kLa = trig::sine_poly::la;
+
+}  // namespace
+
+extern "C" {
+
+void qlmk_dSin_HA(int32_t n, const double* a, double* y) {
+    kernel_frame frame(kRoundNearest, kX87Double);
+    if (n > 0) table_kernel<outputs::sin>(n, a, y, y, "vdSin");
+}
+void qlmk_dCos_HA(int32_t n, const double* a, double* y) {
+    kernel_frame frame(kRoundNearest, kX87Double);
+    if (n > 0) table_kernel<outputs::cos>(n, a, y, y, "vdCos");
+}
+void qlmk_dSinCos_HA(int32_t n, const double* a, double* y, double* z) {
+    kernel_frame frame(kRoundNearest, kX87Extended);
+    if (n > 0) table_kernel<outputs::sincos>(n, a, y, z, "vdSinCos");
+}
+
+void qlmk_dSin_LA(int32_t n, const double* a, double* y) {
+    kernel_frame frame;
+    if (n > 0) poly_kernel<kLa, outputs::sin>(n, a, y, y, "vdSin");
+}
+void qlmk_dCos_LA(int32_t n, const double* a, double* y) {
+    kernel_frame frame;
+    if (n > 0) poly_kernel<kLa, outputs::cos>(n, a, y, y, "vdCos");
+}
+void qlmk_dSinCos_LA(int32_t n, const double* a, double* y, double* z) {
+    kernel_frame frame(kRoundNearest, kX87Double);
+    if (n > 0) poly_kernel<kLa, outputs::sincos>(n, a, y, z, "vdSinCos");
+}
+
+void qlmk_dSin_EP(int32_t n, const double* a, double* y) {
+    kernel_frame frame;
+    if (n > 0) poly_kernel<kEp, outputs::sin>(n, a, y, y, "vdSin");
+}
+void qlmk_dCos_EP(int32_t n, const double* a, double* y) {
+    kernel_frame frame;
+    if (n > 0) poly_kernel<kEp, outputs::cos>(n, a, y, y, "vdCos");
+}
+void qlmk_dSinCos_EP(int32_t n, const double* a, double* y, double* z) {
+    kernel_frame frame;
+    if (n > 0) poly_kernel<kEp, outputs::sincos>(n, a, y, z, "vdSinCos");
+}
+
+}  // extern "C"
