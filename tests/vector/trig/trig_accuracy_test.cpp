@@ -65,3 +65,16 @@ void check_sincos(const Table& table, const char* what, uint32_t seed) {
 TEST(TrigAccuracy, DoubleSinCos) { check_sincos<double>(qlm_vxm_kernel_dSinCos_ttab, "dSinCos", 14); }
 
 }  // namespace
+
+namespace {
+
+using namespace qlm::test;
+
+TEST(TrigAccuracy, SingleSinCosTan) {
+    check_unary<float>(qlm_vxm_kernel_sSin_ttab, mpfr_sin, "sSin", 21);
+    check_unary<float>(qlm_vxm_kernel_sCos_ttab, mpfr_cos, "sCos", 22);
+    check_unary<float>(qlm_vxm_kernel_sTan_ttab, mpfr_tan, "sTan", 23);
+    check_sincos<float>(qlm_vxm_kernel_sSinCos_ttab, "sSinCos", 24);
+}
+
+}  // namespace

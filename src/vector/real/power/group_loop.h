@@ -60,3 +60,37 @@ inline void put(double* p, double v) { *p = v; }
 inline void put(double* p, v2df v) { store2(p, v); }
 
 }  // namespace qlm::lanes
+
+namespace qlm::lanes {
+
+// The same plan for single inputs, widened pair by pair to double: eight a
+// turn, lanes at or above `limit` (or infinite) redone one at a time.
+template <typename Wide, typename Redo>
+inline void run_eights_redo(int32_t n, const float* a, double limit, Wide&& wide, Redo&& redo) {
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        unsigned mask = 0;
+        for (int k = 0; k < 8; k += 2) {
+            const v2df x = v2df{a[i + k], a[i + k + 1]};
+            const v2di big = abs(x) >= limit;
+            mask |= static_cast<unsigned>((big[0] & 1) | (big[1] & 2)) << k;
+            wide(i + k, x);
+        }
+        while (mask != 0) {
+            redo(i + __builtin_ctz(mask));
+            mask &= mask - 1;
+        }
+    }
+    for (; i < n; ++i) {
+        wide(i, static_cast<double>(a[i]));
+        if (abs(static_cast<double>(a[i])) >= limit) redo(i);
+    }
+}
+
+inline void put(float* p, double v) { *p = static_cast<float>(v); }
+inline void put(float* p, v2df v) {
+    p[0] = static_cast<float>(v[0]);
+    p[1] = static_cast<float>(v[1]);
+}
+
+}  // namespace qlm::lanes

@@ -115,3 +115,22 @@ inline double keep_zero(double x, double v) { return x == 0.0 ? x : v; }
 inline v2df keep_zero(v2df x, v2df v) { return select<v2df>(x == 0.0, x, v); }
 
 }  // namespace qlm::lanes
+
+namespace qlm::lanes {
+
+// Four floats widened to two pairs of doubles, and back.
+inline void load_widened(const float* p, v2df& lo, v2df& hi) {
+    lo = v2df{p[0], p[1]};
+    hi = v2df{p[2], p[3]};
+}
+inline void store_narrowed(float* p, v2df lo, v2df hi) {
+    p[0] = static_cast<float>(lo[0]);
+    p[1] = static_cast<float>(lo[1]);
+    p[2] = static_cast<float>(hi[0]);
+    p[3] = static_cast<float>(hi[1]);
+}
+
+// The sign-cleared bits of a float, as the single screens read them.
+inline uint32_t abs_bits(float x) { return std::bit_cast<uint32_t>(x) & 0x7FFFFFFF; }
+
+}  // namespace qlm::lanes
