@@ -50,6 +50,27 @@ inline bool positive_normal(float x) { return std::bit_cast<uint32_t>(x) - 0x008
 inline double hw_sqrt(double x) { return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(x), _mm_set_sd(x))); }
 inline v2df hw_sqrt(v2df x) { return _mm_sqrt_pd(x); }
 
+// ---- double HA: the rounded root s and the rounded reciprocal y = RN(1/s),
+// corrected by both roundings: 1/sqrt(x) = y (1 + e - d) to second order, with
+// e = 1 - s*y and d = (x - s^2) / (2 s^2) formed exactly by two_prod.  d is
+// formed on x and s scaled by 2^-2k and 2^-k (x's exponent halved), so that
+// no square overflows near the top of the range.
+template <typename V>
+inline V corrected_inverse_sqrt(V x) {
+    const V s = hw_sqrt(x);
+    const V y = 1.0 / s;
+    const ints_of<V> k = (((bits(x) >> 52) & 0x7FF) - 1023) >> 1;
+    const V xs = x * from_bits((1023 - 2 * k) << 52);
+    const V ss = s * from_bits((1023 - k) << 52);
+    const V ys = y * from_bits((1023 + k) << 52);
+    V q, qe, p, pe;
+    two_prod(s, y, q, qe);
+    two_prod(ss, ss, p, pe);
+    const V e = (1.0 - q) - qe;
+    const V d = ((xs - p) - pe) * (0.5 * ys * ys);
+    return y + y * (e - d);
+}
+
 template <typename T>
 T inv_sqrt_special(T x, int32_t& status) {
     constexpr T inf = std::numeric_limits<T>::infinity();
@@ -63,7 +84,9 @@ T inv_sqrt_special(T x, int32_t& status) {
         return std::numeric_limits<T>::quiet_NaN();
     }
     if (x == inf) return T(0);
-    return static_cast<T>(1.0 / hw_sqrt(static_cast<double>(x)));
+    if constexpr (sizeof(T) == 8)  // a denormal, scaled into the normal range
+        return corrected_inverse_sqrt(x * 0x1p54) * 0x1p27;
+    else return static_cast<T>(1.0 / hw_sqrt(static_cast<double>(x)));
 }
 
 // ---- double LA/EP: the seeded estimate and its correction.
@@ -87,27 +110,6 @@ inline void seeded_inverse_sqrt(const double* a, double* y) {
         r = r * (1.0 + e * (-0.5 + e * (0.375 + e * (-0.3125 + e * 0x1.18p-2))));
         store2(y + k, r);
     }
-}
-
-// ---- double HA: the rounded root s and the rounded reciprocal y = RN(1/s),
-// corrected by both roundings: 1/sqrt(x) = y (1 + e - d) to second order, with
-// e = 1 - s*y and d = (x - s^2) / (2 s^2) formed exactly by two_prod.  d is
-// formed on x and s scaled by 2^-2k and 2^-k (x's exponent halved), so that
-// no square overflows near the top of the range.
-template <typename V>
-inline V corrected_inverse_sqrt(V x) {
-    const V s = hw_sqrt(x);
-    const V y = 1.0 / s;
-    const ints_of<V> k = (((bits(x) >> 52) & 0x7FF) - 1023) >> 1;
-    const V xs = x * from_bits((1023 - 2 * k) << 52);
-    const V ss = s * from_bits((1023 - k) << 52);
-    const V ys = y * from_bits((1023 + k) << 52);
-    V q, qe, p, pe;
-    two_prod(s, y, q, qe);
-    two_prod(ss, ss, p, pe);
-    const V e = (1.0 - q) - qe;
-    const V d = ((xs - p) - pe) * (0.5 * ys * ys);
-    return y + y * (e - d);
 }
 
 template <typename T, typename Fast, typename One>
