@@ -128,7 +128,7 @@ inline double sin_evaluate(double x, int64_t quarter) {
 // Polynomial method by pi (the LA and EP lanes): a = |x|, n = round(a/pi) for
 // the sine, n + 1/2 = round(a/pi - 1/2) + 1/2 for the cosine; r = a - n*pi in
 // three pieces (n*q1 exact below 2^24), then one odd polynomial on
-// [-pi/2, pi/2] (LA keeps the reduced value as a pair).  Sign: the input's for the sine, flipped when n is odd; the
+// [-pi/2, pi/2] (LA in four pieces).  Sign: the input's for the sine, flipped when n is odd; the
 // cosine's is -(-1)^n.  Lanes at or above 2^24 are redone by the evaluator.
 inline constexpr double kPolyLimit = 0x1p24;  // 0x4170000000000000
 inline constexpr double kInvPi = 0x1.45f306dc9c883p-2;  // 0x3FD45F306DC9C883
@@ -154,8 +154,8 @@ inline V odd_sine(V r, V rl) {
                         r2 * (0x1.110ed3804ca96p-7 +
                               r2 * (-0x1.9f6ffeea73463p-13 + r2 * 0x1.5dbdf0e4c7deep-19)));
     } else {
-        // Taylor series to r^23, exact-double coefficients (-1)^k/(2k+1)!: the
-        // truncation is 2^-60 relative at pi/2.
+        // Taylor series to r^21, exact-double coefficients (-1)^k/(2k+1)!: the
+        // truncation is 2^-59 at pi/2, where the sine is 1.
         const V p =
             -0x1.5555555555555p-3 +
             r2 * (0x1.1111111111111p-7 +
@@ -166,10 +166,9 @@ inline V odd_sine(V r, V rl) {
                                           r2 * (-0x1.ae7f3e733b81fp-41 +
                                                 r2 * (0x1.952c77030ad4ap-49 +
                                                       r2 * (-0x1.2f49b46814157p-57 +
-                                                            r2 * (0x1.71b8ef6dcf572p-66 +
-                                                                  r2 * -0x1.761b41316381ap-75)))))))));
-        // The low part of the reduced value enters through the derivative.
-        return r + (r * r2 * p + (rl - 0.5 * rl * r2));
+                                                            r2 * 0x1.71b8ef6dcf572p-66))))))));
+        (void)rl;
+        return r + r * r2 * p;
     }
 }
 
@@ -191,10 +190,11 @@ inline V sin_by_poly(V x) {
     } else {
         // LA keeps the rounding of the second subtraction: near a multiple of
         // pi the reduced value is tiny and that rounding would be the result's.
-        V e1, e2;
-        lanes::two_sum(a - nf * kPiA, -(nf * kPiB), r, e1);
-        lanes::two_sum(r, -(nf * kPiC1), r, e2);
-        lanes::fast_two_sum(r, (e1 + e2) - nf * kPiD, r, rl);
+        // Four pieces, every product but the last exact: a subtraction that
+        // cancels is exact (Sterbenz), one that does not rounds relative to
+        // the reduced value, so r keeps 51 bits even next to a multiple of pi.
+        r = (((a - nf * kPiA) - nf * kPiB) - nf * kPiC1) - nf * kPiD;
+        rl = lanes::splat<V>(0.0);
     }
     const V s = odd_sine<Poly>(r, rl);
     ints_of<V> sign = bits(t) << 63;
