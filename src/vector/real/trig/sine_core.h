@@ -45,6 +45,35 @@ inline constexpr double kC2 = -0.5;                      // 0xBFE0000000000000
 inline constexpr double kC4 = 0x1.5555555555555p-5;      // 0x3FA5555555555555
 inline constexpr double kC6 = -0x1.6c16c16c16c17p-10;    // 0xBF56C16C16C16C17
 
+// sin x and cos x for |x| < 90112, each as an unrounded pair (value, small
+// correction), from one reduction and one row: sin(a + r) = S cos r + C sin r,
+// cos(a + r) = C cos r - S sin r.
+template <typename V>
+inline void sin_cos_pairs_by_table(V x, V& s, V& s_small, V& c, V& c_small) {
+    using namespace lanes;
+    const V t = x * k64OverPi + kShifter;
+    const V nf = t - kShifter;
+    const ints_of<V> row = bits(t) & 127;
+    const V r1 = x - nf * kPi64a;  // exact
+    V r, e;
+    two_sum(r1, -(nf * kPi64b), r, e);
+    const V rl = e - nf * kPi64c;
+
+    const V s_hi = gather<0>(sin_angle_table, row), s_lo = gather<1>(sin_angle_table, row);
+    const V c_hi = gather<2>(sin_angle_table, row), c_lo = gather<3>(sin_angle_table, row);
+    const V r2 = r * r;
+    const V sp = r2 * (kS3 + r2 * (kS5 + r2 * kS7));
+    const V cp = r2 * (kC2 + r2 * (kC4 + r2 * kC6));
+    const V sin_r_tail = r * sp + rl;  // sin r = r + sin_r_tail
+    V p, pe, se;
+    two_prod(c_hi, r, p, pe);
+    two_sum(s_hi, p, s, se);
+    s_small = se + pe + s_lo + s_hi * cp + c_hi * sin_r_tail + c_lo * r;
+    two_prod(-s_hi, r, p, pe);
+    two_sum(c_hi, p, c, se);
+    c_small = se + pe + c_lo + c_hi * cp - s_hi * sin_r_tail - s_lo * r;
+}
+
 // sin(x + quarter*pi/2) for |x| < 90112; quarter is 0 or 1.
 template <typename V>
 inline V sin_by_table(V x, int64_t quarter) {

@@ -70,6 +70,27 @@ inline V tan_by_poly(V x) {
 }
 
 // ---------------------------------------------------------------------------
+// The wide lane of Tan HA, |x| < 90112: sin x and cos x as unrounded pairs by
+// the table method of the sine (each good to about 2^-62 relative), then
+// their quotient q = s/c corrected once by the exactly formed residual
+// s - q*c (two_prod): within 0.51 ulp.
+template <typename V>
+inline V tan_by_table(V x) {
+    V s, s_small, c, c_small;
+    sin_cos_pairs_by_table(x, s, s_small, c, c_small);
+    // Near a zero of the cosine its correction is not small beside it:
+    // renormalise both pairs before the quotient.
+    lanes::two_sum(s, s_small, s, s_small);
+    lanes::two_sum(c, c_small, c, c_small);
+    const V inv = 1.0 / c;
+    const V q = s * inv;
+    V p, pe;
+    lanes::two_prod(q, c, p, pe);
+    const V residual = (((s - p) - pe) + s_small) - q * c_small;
+    return lanes::keep_zero(x, q + residual * inv);
+}
+
+// ---------------------------------------------------------------------------
 // The evaluator of Tan HA, one element on the x87 unit in extended precision:
 // the reduction of the sine evaluator gives x = n*pi/32 + r (r as a double
 // pair); row 2n of the pi/64 angle table gives sin and cos of n*pi/32 as

@@ -1,9 +1,11 @@
 // Double Tan in all slots.
 //
-// HA: one element at a time on the x87 unit under the extended-precision
-// control value 0x300: the evaluator of tan_core.h (pi/32 reduction, exact
-// for every size, angle table, 64-bit addition formulas and quotient), within
-// 0.51 ulp.  LA and EP: eight elements a turn, the polynomial method by pi/2
+// HA, under the x87 control value 0x300: four elements a turn in two pairs,
+// screened |x| < 90112 like the sine (high word below 0x40F60000), the table
+// method of tan_core.h (sine and cosine as pairs, corrected quotient), within
+// 0.51 ulp; a failing group goes element by element, the failing elements to
+// the x87 evaluator of tan_core.h (pi/32 reduction, exact for every size,
+// 64-bit addition formulas and quotient), within 0.51 ulp.  LA and EP: eight elements a turn, the polynomial method by pi/2
 // of tan_core.h under the x87 control value 0x200; lanes at or above 2^24 are
 // redone by the HA evaluator one at a time.  NaN gives NaN quietly; an
 // infinity gives NaN with VXM_STATUS_ERRDOM.  Tan of ±0 keeps the sign.
@@ -45,7 +47,18 @@ extern "C" {
 
 void qlmk_dTan_HA(int32_t n, const double* a, double* y) {
     kernel_frame frame(kRoundNearest, qlm::frame::kX87Extended);
-    for (int32_t i = 0; i < n; ++i) tan_element(i, a, y);
+    if (n <= 0) return;
+    auto element = [&](int32_t i) {
+        if (high_word(a[i]) < trig::kSinScreenHigh) y[i] = trig::tan_by_table(a[i]);
+        else tan_element(i, a, y);
+    };
+    auto fast = [&](int32_t i) {
+        if (!all_below<4>(a + i, trig::kSinScreenHigh)) return false;
+        store2(y + i, trig::tan_by_table(load2(a + i)));
+        store2(y + i + 2, trig::tan_by_table(load2(a + i + 2)));
+        return true;
+    };
+    run_groups<4>(n, fast, element);
 }
 void qlmk_dTan_LA(int32_t n, const double* a, double* y) {
     kernel_frame frame(kRoundNearest, qlm::frame::kX87Double);
