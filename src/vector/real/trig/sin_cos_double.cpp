@@ -52,33 +52,43 @@ inline void finish(int32_t status, int32_t i, const double* a, double* y, double
 
 template <outputs Out>
 void table_kernel(int32_t n, const double* a, double* y, double* z, const char* name) {
-    auto fast_one = [](double x, int64_t quarter) {
-        const double v = trig::sin_by_table(x, quarter);
-        return quarter == 0 ? keep_zero(x, v) : v;
+    // One lane of the wide arithmetic: SinCos takes both results from one
+    // reduction and one row, Sin and Cos the single-result form.
+    auto lane = [](auto x, auto& s, auto& c) {
+        if constexpr (Out == outputs::sincos) {
+            decltype(x) ss, cs;
+            trig::sin_cos_pairs_by_table(x, s, ss, c, cs);
+            s = keep_zero(x, s + ss);
+            c = c + cs;
+        } else if constexpr (Out == outputs::sin) {
+            s = keep_zero(x, trig::sin_by_table(x, 0));
+        } else {
+            c = trig::sin_by_table(x, 1);
+        }
     };
     auto element = [&](int32_t i) {
         const double x = a[i];
         int32_t status = 0;
-        const bool wide = high_word(x) < trig::kSinScreenHigh;
-        if constexpr (Out != outputs::cos)
-            y[i] = wide ? fast_one(x, 0) : special_step(x, 0, status);
-        if constexpr (Out == outputs::cos)
-            y[i] = wide ? fast_one(x, 1) : special_step(x, 1, status);
-        if constexpr (Out == outputs::sincos)
-            z[i] = wide ? fast_one(x, 1) : special_step(x, 1, status);
+        double s = 0, c = 0;
+        if (high_word(x) < trig::kSinScreenHigh) {
+            lane(x, s, c);
+        } else {
+            if constexpr (Out != outputs::cos) s = special_step(x, 0, status);
+            if constexpr (Out != outputs::sin) c = special_step(x, 1, status);
+        }
+        if constexpr (Out == outputs::cos) y[i] = c;
+        else y[i] = s;
+        if constexpr (Out == outputs::sincos) z[i] = c;
         finish(status, i, a, y, Out == outputs::sincos ? z : y, name);
     };
     auto fast = [&](int32_t i) {
         if (!all_below<4>(a + i, trig::kSinScreenHigh)) return false;
-        const v2df x0 = load2(a + i), x1 = load2(a + i + 2);
-        if constexpr (Out != outputs::cos) {
-            store2(y + i, keep_zero(x0, trig::sin_by_table(x0, 0)));
-            store2(y + i + 2, keep_zero(x1, trig::sin_by_table(x1, 0)));
-        }
-        double* c = Out == outputs::sincos ? z : y;
-        if constexpr (Out != outputs::sin) {
-            store2(c + i, trig::sin_by_table(x0, 1));
-            store2(c + i + 2, trig::sin_by_table(x1, 1));
+        for (int k = 0; k < 4; k += 2) {
+            v2df s = {0, 0}, c = {0, 0};
+            lane(load2(a + i + k), s, c);
+            if constexpr (Out == outputs::cos) store2(y + i + k, c);
+            else store2(y + i + k, s);
+            if constexpr (Out == outputs::sincos) store2(z + i + k, c);
         }
         return true;
     };

@@ -25,10 +25,9 @@ inline V tan_by_poly(V x) {
     const V nf = t - kShifter;
     V r, rl;
     if constexpr (Poly == tan_poly::la) {
-        V e1, e2;  // the reduced value as a pair, as in the sine's LA lane
-        lanes::two_sum(a - nf * (kPiA * 0.5), -(nf * (kPiB * 0.5)), r, e1);
-        lanes::two_sum(r, -(nf * (kPiC1 * 0.5)), r, e2);
-        lanes::fast_two_sum(r, (e1 + e2) - nf * (kPiD * 0.5), r, rl);
+        // The four-piece reduction of the sine's LA lane, halved.
+        r = (((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC1 * 0.5)) - nf * (kPiD * 0.5);
+        rl = lanes::splat<V>(0.0);
     } else {
         r = ((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC * 0.5);
         rl = lanes::splat<V>(0.0);
@@ -62,7 +61,7 @@ inline V tan_by_poly(V x) {
                                r2 * (-0x1.27e4fb7789f5cp-22 + r2 * 0x1.1eed8eff8d898p-29))));
     }
     const V s = r + (r * r2 * sp + rl);
-    const V c = 1.0 + (r2 * cp - r * rl);
+    const V c = 1.0 + r2 * cp;
     const ints_of<V> odd = -(bits(t) & 1);
     const V num = lanes::select<V>(odd, c, s);
     const V den = lanes::select<V>(odd, -s, c);
