@@ -10,36 +10,15 @@
 #include <vector>
 
 #include "qlm/qlm_vxm.h"
+#include "vector/power/report_recorder.h"
 
 namespace {
 
 constexpr double inf = std::numeric_limits<double>::infinity();
 constexpr double nan_d = std::numeric_limits<double>::quiet_NaN();
 
-// Records every report of the error path, through the callback.
-struct report {
-    int32_t status, index;
-};
-std::vector<report> reports;
-int32_t record(qlm_vxm_error_record* r) {
-    reports.push_back({r->status, r->index});
-    return 0;
-}
-
-class PowerSpecial : public ::testing::Test {
-protected:
-    void SetUp() override {
-        saved_mode_ = qlm_vxm_kernel_SetMode(VXM_ERRMODE_CALLBACK | VXM_HA);
-        qlm_vxm_kernel_SetErrorCallBack(record);
-        qlm_vxm_kernel_ClearErrStatus();
-        reports.clear();
-    }
-    void TearDown() override {
-        qlm_vxm_kernel_ClearErrorCallBack();
-        qlm_vxm_kernel_SetMode(saved_mode_);
-    }
-    uint32_t saved_mode_ = 0;
-};
+using namespace qlm::test;
+using PowerSpecial = recording_reports;
 
 uint64_t bits(double x) { return std::bit_cast<uint64_t>(x); }
 

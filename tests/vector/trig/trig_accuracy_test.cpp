@@ -14,9 +14,10 @@ using namespace qlm::test;
 
 template <typename T>
 std::vector<T> trig_samples(uint32_t seed) {
-    std::vector<T> x = uniform<T>(20000, -10, 10, seed);
-    append(x, uniform<T>(10000, -90200, 90200, seed + 1));
-    append(x, log_uniform<T>(10000, -40, 30, true, seed + 2));
+    const std::size_t scale = sizeof(T) == 8 ? 2 : 1;  // single: half the points
+    std::vector<T> x = uniform<T>(10000 * scale, -10, 10, seed);
+    append(x, uniform<T>(5000 * scale, -90200, 90200, seed + 1));
+    append(x, log_uniform<T>(5000 * scale, -40, 30, true, seed + 2));
     append(x, log_uniform<T>(3000, 30, sizeof(T) == 8 ? 1023.9 : 127.9, true, seed + 3));
     // Doubles nearest to multiples of pi/2 (and of pi/64): the reduced value
     // is tiny and carries the whole result.

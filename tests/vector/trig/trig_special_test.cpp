@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qlm/qlm_vxm.h"
+#include "vector/power/report_recorder.h"
 #include "support/ulp.h"
 
 namespace {
@@ -17,28 +18,8 @@ namespace {
 constexpr double inf = std::numeric_limits<double>::infinity();
 constexpr double nan_d = std::numeric_limits<double>::quiet_NaN();
 
-struct report {
-    int32_t status, index;
-};
-std::vector<report> reports;
-int32_t record(qlm_vxm_error_record* r) {
-    reports.push_back({r->status, r->index});
-    return 0;
-}
-
-class TrigSpecial : public ::testing::Test {
-protected:
-    void SetUp() override {
-        saved_mode_ = qlm_vxm_kernel_SetMode(VXM_ERRMODE_CALLBACK | VXM_HA);
-        qlm_vxm_kernel_SetErrorCallBack(record);
-        reports.clear();
-    }
-    void TearDown() override {
-        qlm_vxm_kernel_ClearErrorCallBack();
-        qlm_vxm_kernel_SetMode(saved_mode_);
-    }
-    uint32_t saved_mode_ = 0;
-};
+using namespace qlm::test;
+using TrigSpecial = recording_reports;
 
 uint64_t bits(double x) { return std::bit_cast<uint64_t>(x); }
 
@@ -112,8 +93,11 @@ TEST_F(TrigSpecial, EpRedoesOnlyTheLargeLane) {
     _vxmdSin_26(8, a, base);
     a[5] = 0x1p25;
     _vxmdSin_26(8, a, mixed);
-    for (int i = 0; i < 8; ++i)
-        if (i != 5) EXPECT_EQ(bits(mixed[i]), bits(base[i])) << i;
+    for (int i = 0; i < 8; ++i) {
+        if (i != 5) {
+            EXPECT_EQ(bits(mixed[i]), bits(base[i])) << i;
+        }
+    }
     EXPECT_LE(ulps(mixed[5], 0x1p25, mpfr_sin), 1.0);
     EXPECT_TRUE(reports.empty());
 }

@@ -152,17 +152,6 @@ double power_special(double x, int32_t& status) {
     return odd ? std::copysign(v, x) : v;
 }
 
-inline void load_pairs(const double* p, v2df& lo, v2df& hi) {
-    lo = load2(p);
-    hi = load2(p + 2);
-}
-inline void load_pairs(const float* p, v2df& lo, v2df& hi) { load_widened(p, lo, hi); }
-inline void store_pairs(double* p, v2df lo, v2df hi) {
-    store2(p, lo);
-    store2(p + 2, hi);
-}
-inline void store_pairs(float* p, v2df lo, v2df hi) { store_narrowed(p, lo, hi); }
-
 template <typename Spec, method Method, typename T>
 void power_kernel(int32_t n, const T* a, T* y, const char* name) {
     auto element = [&](int32_t i) {

@@ -32,14 +32,15 @@ namespace qlm::lanes {
 // holds below a limit: `wide(i, x)` stores the results of the pair (or, at the
 // ragged end, the one element) at i; afterwards each lane with |x| at or
 // above `limit` (infinities too, NaN not) is redone by `redo(i)`, one at a
-// time, while the other lanes keep their wide results.
-template <typename Wide, typename Redo>
-inline void run_eights_redo(int32_t n, const double* a, double limit, Wide&& wide, Redo&& redo) {
+// time, while the other lanes keep their wide results.  Single inputs are
+// widened to double pair by pair.
+template <typename T, typename Wide, typename Redo>
+inline void run_eights_redo(int32_t n, const T* a, double limit, Wide&& wide, Redo&& redo) {
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         unsigned mask = 0;
         for (int k = 0; k < 8; k += 2) {
-            const v2df x = load2(a + i + k);
+            const v2df x = v2df{static_cast<double>(a[i + k]), static_cast<double>(a[i + k + 1])};
             const v2di big = abs(x) >= limit;
             mask |= static_cast<unsigned>((big[0] & 1) | (big[1] & 2)) << k;
             wide(i + k, x);
@@ -50,8 +51,9 @@ inline void run_eights_redo(int32_t n, const double* a, double limit, Wide&& wid
         }
     }
     for (; i < n; ++i) {
-        wide(i, a[i]);
-        if (abs(a[i]) >= limit) redo(i);
+        const double x = a[i];
+        wide(i, x);
+        if (abs(x) >= limit) redo(i);
     }
 }
 
@@ -62,30 +64,6 @@ inline void put(double* p, v2df v) { store2(p, v); }
 }  // namespace qlm::lanes
 
 namespace qlm::lanes {
-
-// The same plan for single inputs, widened pair by pair to double: eight a
-// turn, lanes at or above `limit` (or infinite) redone one at a time.
-template <typename Wide, typename Redo>
-inline void run_eights_redo(int32_t n, const float* a, double limit, Wide&& wide, Redo&& redo) {
-    int32_t i = 0;
-    for (; n - i >= 8; i += 8) {
-        unsigned mask = 0;
-        for (int k = 0; k < 8; k += 2) {
-            const v2df x = v2df{a[i + k], a[i + k + 1]};
-            const v2di big = abs(x) >= limit;
-            mask |= static_cast<unsigned>((big[0] & 1) | (big[1] & 2)) << k;
-            wide(i + k, x);
-        }
-        while (mask != 0) {
-            redo(i + __builtin_ctz(mask));
-            mask &= mask - 1;
-        }
-    }
-    for (; i < n; ++i) {
-        wide(i, static_cast<double>(a[i]));
-        if (abs(static_cast<double>(a[i])) >= limit) redo(i);
-    }
-}
 
 inline void put(float* p, double v) { *p = static_cast<float>(v); }
 inline void put(float* p, v2df v) {

@@ -130,6 +130,19 @@ inline void store_narrowed(float* p, v2df lo, v2df hi) {
     p[3] = static_cast<float>(hi[1]);
 }
 
+// Four elements as two pairs of doubles, and back: single elements are
+// widened and narrowed.
+inline void load_pairs(const double* p, v2df& lo, v2df& hi) {
+    lo = load2(p);
+    hi = load2(p + 2);
+}
+inline void load_pairs(const float* p, v2df& lo, v2df& hi) { load_widened(p, lo, hi); }
+inline void store_pairs(double* p, v2df lo, v2df hi) {
+    store2(p, lo);
+    store2(p + 2, hi);
+}
+inline void store_pairs(float* p, v2df lo, v2df hi) { store_narrowed(p, lo, hi); }
+
 // The sign-cleared bits of a float, as the single screens read them.
 inline uint32_t abs_bits(float x) { return std::bit_cast<uint32_t>(x) & 0x7FFFFFFF; }
 

@@ -121,17 +121,6 @@ inline bool in_window(float x, float y) {
 }
 template <typename T> constexpr double kExponentLimit = sizeof(T) == 8 ? 708.0 : 87.0;
 
-inline void load_pairs(const double* p, v2df& lo, v2df& hi) {
-    lo = load2(p);
-    hi = load2(p + 2);
-}
-inline void load_pairs(const float* p, v2df& lo, v2df& hi) { load_widened(p, lo, hi); }
-inline void store_pairs(double* p, v2df lo, v2df hi) {
-    store2(p, lo);
-    store2(p + 2, hi);
-}
-inline void store_pairs(float* p, v2df lo, v2df hi) { store_narrowed(p, lo, hi); }
-
 // b_at(i) gives the exponent of element i: b[i] for Pow, the scalar for Powx.
 template <core Core, typename T, typename Exponent>
 void pow_kernel(int32_t n, const T* a, const T* b2, Exponent b_at, T* y, const char* name) {

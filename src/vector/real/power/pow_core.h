@@ -76,6 +76,15 @@ inline void log_pair(V x, V& lh, V& ll) {
     fast_two_sum(s, acc, lh, ll);
 }
 
+// exp(r) - 1 for |r| <= 0.0028: Taylor to r^6.
+template <typename V>
+inline V expm1_series(V r) {
+    return r + r * r *
+                   (0.5 + r * (0x1.5555555555555p-3 +
+                               r * (0x1.5555555555555p-5 +
+                                    r * (0x1.1111111111111p-7 + r * 0x1.6c16c16c16c17p-10))));
+}
+
 // exp(th + tl) for |th| < 708, where the result is normal.
 template <typename V>
 inline V exp_pair(V th, V tl) {
@@ -84,11 +93,7 @@ inline V exp_pair(V th, V tl) {
     const V nf = t - kShifter;
     const ints_of<V> n = bits(t) - bits(splat<V>(kShifter));
     const V r = ((th - nf * kLn2Over128Hi) - nf * kLn2Over128Lo) + tl;
-    const V p =
-        r + r * r *
-                (0.5 + r * (0x1.5555555555555p-3 +
-                            r * (0x1.5555555555555p-5 +
-                                 r * (0x1.1111111111111p-7 + r * 0x1.6c16c16c16c17p-10))));
+    const V p = expm1_series(r);
     const ints_of<V> j = n & 127;
     const V t_hi = gather<0>(exp2_table, j), t_lo = gather<1>(exp2_table, j);
     const V v = t_hi + (t_lo + t_hi * p);
@@ -104,11 +109,7 @@ inline double exp_pair_any(double th, double tl) {
     const double nf = t - kShifter;
     const int64_t n = bits(t) - bits(kShifter);
     const double r = ((th - nf * kLn2Over128Hi) - nf * kLn2Over128Lo) + tl;
-    const double p =
-        r + r * r *
-                (0.5 + r * (0x1.5555555555555p-3 +
-                            r * (0x1.5555555555555p-5 +
-                                 r * (0x1.1111111111111p-7 + r * 0x1.6c16c16c16c17p-10))));
+    const double p = expm1_series(r);
     const int64_t j = n & 127, k = n >> 7;
     const double v = exp2_table[j][0] + (exp2_table[j][1] + exp2_table[j][0] * p);
     if (k > 1000) return from_bits(bits(v) + ((k - 1000) << 52)) * 0x1p1000;

@@ -48,17 +48,23 @@ inline constexpr double kC6 = -0x1.6c16c16c16c17p-10;    // 0xBF56C16C16C16C17
 // sin x and cos x for |x| < 90112, each as an unrounded pair (value, small
 // correction), from one reduction and one row: sin(a + r) = S cos r + C sin r,
 // cos(a + r) = C cos r - S sin r.
+// The reduction by pi/64: x = n*pi/64 + r + rl; returns n.
+template <typename V>
+inline ints_of<V> reduce_by_pi_over_64(V x, V& r, V& rl) {
+    const V t = x * k64OverPi + kShifter;
+    const V nf = t - kShifter;
+    const V r1 = x - nf * kPi64a;  // exact
+    V e;
+    lanes::two_sum(r1, -(nf * kPi64b), r, e);
+    rl = e - nf * kPi64c;
+    return bits(t);
+}
+
 template <typename V>
 inline void sin_cos_pairs_by_table(V x, V& s, V& s_small, V& c, V& c_small) {
     using namespace lanes;
-    const V t = x * k64OverPi + kShifter;
-    const V nf = t - kShifter;
-    const ints_of<V> row = bits(t) & 127;
-    const V r1 = x - nf * kPi64a;  // exact
-    V r, e;
-    two_sum(r1, -(nf * kPi64b), r, e);
-    const V rl = e - nf * kPi64c;
-
+    V r, rl;
+    const ints_of<V> row = reduce_by_pi_over_64(x, r, rl) & 127;
     const V s_hi = gather<0>(sin_angle_table, row), s_lo = gather<1>(sin_angle_table, row);
     const V c_hi = gather<2>(sin_angle_table, row), c_lo = gather<3>(sin_angle_table, row);
     const V r2 = r * r;
@@ -78,13 +84,8 @@ inline void sin_cos_pairs_by_table(V x, V& s, V& s_small, V& c, V& c_small) {
 template <typename V>
 inline V sin_by_table(V x, int64_t quarter) {
     using namespace lanes;
-    const V t = x * k64OverPi + kShifter;
-    const V nf = t - kShifter;
-    const ints_of<V> row = (bits(t) + quarter * 32) & 127;
-    const V r1 = x - nf * kPi64a;  // exact
-    V r, e;
-    two_sum(r1, -(nf * kPi64b), r, e);
-    const V rl = e - nf * kPi64c;
+    V r, rl;
+    const ints_of<V> row = (reduce_by_pi_over_64(x, r, rl) + quarter * 32) & 127;
 
     const V s_hi = gather<0>(sin_angle_table, row), s_lo = gather<1>(sin_angle_table, row);
     const V c_hi = gather<2>(sin_angle_table, row), c_lo = gather<3>(sin_angle_table, row);
