@@ -214,3 +214,48 @@ TEST(ErrorPathExceptions, EachStatusRaisesItsException) {
 }
 
 }  // namespace
+
+namespace {
+
+// Each entry translates the index by its own element width: a base set ten
+// elements before the first input must give index + 10 for all four types.
+TEST(ErrorPath, IndexTranslationUsesEachEntrysElementWidth) {
+    float fs[16] = {};
+    double ds[16] = {};
+    qlm_complex8 cs[16] = {};
+    qlm_complex16 zs[16] = {};
+    auto check = [](const void* base, auto* first, auto raise) {
+        reset(0x1002, callback_zero);
+        qlm_vxm_kernel_SetInterfInputVectorPointer(base);
+        raise(first);
+        qlm_vxm_kernel_SetInterfInputVectorPointer(nullptr);
+        return seen.index;
+    };
+    EXPECT_EQ(check(fs, fs + 10, [](float* p) { raise_status_s(1, 3, p, p, p, p, "vsLn"); }), 13);
+    EXPECT_EQ(check(ds, ds + 10, [](double* p) { raise_status_d(1, 3, p, p, p, p, "vdLn"); }), 13);
+    EXPECT_EQ(check(cs, cs + 10, [](qlm_complex8* p) { raise_status_c(1, 3, p, p, p, p, "vcLn"); }), 13);
+    EXPECT_EQ(check(zs, zs + 10, [](qlm_complex16* p) { qlm::frame::raise_status_z(1, 3, p, p, p, p, "vzLn"); }), 13);
+}
+
+TEST(ErrorPathMessages, PrintedIndexIsBaseRelative) {
+    const std::string out = messages_of([] {
+        reset(0x402);
+        double storage[8] = {0, 0, 0, 0, 0, 0.5, 0, 0};
+        double y[4] = {0, 0, 0, 1.5};
+        qlm_vxm_kernel_SetInterfInputVectorPointer(storage);
+        raise_status_d(VXM_STATUS_OVERFLOW, 3, storage + 2, storage + 2, y, y, "vdExp");
+    });
+    EXPECT_EQ(out, "Error (VXM_STATUS_OVERFLOW) in vdExp: argument caused overflow.\na(5)=0.5\nr(5)=1.5\n");
+}
+
+TEST(ErrorPathExceptions, NoExceptionWithoutTheExceptBit) {
+    reset(0x202);
+    const double a[1] = {1};
+    double y[1] = {1};
+    feclearexcept(FE_ALL_EXCEPT);
+    raise_status_d(VXM_STATUS_SING, 0, a, a, y, y, "vdLn");
+    EXPECT_FALSE(fetestexcept(FE_DIVBYZERO));
+    EXPECT_EQ(errno, 34);
+}
+
+}  // namespace
