@@ -199,3 +199,41 @@ TEST_F(PowerSpecial, HypotInfinitiesAndOverflow) {
 }
 
 }  // namespace
+
+namespace {
+
+// A count of zero or less returns at once: nothing is written, no status.
+template <typename T, typename Table>
+void expect_no_work(const Table& table, const char* what) {
+    const T a[2] = {T(-1), T(0)};
+    for (int s = 0; s < 3; ++s)
+        for (int32_t n : {0, -1}) {
+            T y[2] = {T(7), T(7)};
+            qlm_vxm_kernel_ClearErrStatus();
+            table[s](n, a, y);
+            EXPECT_EQ(y[0], T(7)) << what << " slot " << s << " n " << n;
+            EXPECT_EQ(qlm_vxm_kernel_GetErrStatus(), 0) << what;
+        }
+}
+
+TEST(PowerAndTrigCounts, ZeroOrNegativeCountDoesNothing) {
+    expect_no_work<double>(qlm_vxm_kernel_dSqrt_ttab, "dSqrt");
+    expect_no_work<float>(qlm_vxm_kernel_sSqrt_ttab, "sSqrt");
+    expect_no_work<double>(qlm_vxm_kernel_dInvSqrt_ttab, "dInvSqrt");
+    expect_no_work<float>(qlm_vxm_kernel_sInvCbrt_ttab, "sInvCbrt");
+    expect_no_work<double>(qlm_vxm_kernel_dInvCbrt_ttab, "dInvCbrt");
+    expect_no_work<double>(qlm_vxm_kernel_dPow3o2_ttab, "dPow3o2");
+    expect_no_work<double>(qlm_vxm_kernel_dSin_ttab, "dSin");
+    expect_no_work<double>(qlm_vxm_kernel_dTan_ttab, "dTan");
+    expect_no_work<float>(qlm_vxm_kernel_sTan_ttab, "sTan");
+    for (int s = 0; s < 3; ++s) {
+        const double a[1] = {0.0}, b[1] = {-1.0};
+        double y[1] = {7};
+        qlm_vxm_kernel_dPow_ttab[s](-1, a, b, y);
+        qlm_vxm_kernel_dHypot_ttab[s](0, a, b, y);
+        qlm_vxm_kernel_dPowx_ttab[s](-1, a, -1.0, y);
+        EXPECT_EQ(y[0], 7.0);
+    }
+}
+
+}  // namespace
