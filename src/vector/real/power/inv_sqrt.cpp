@@ -89,27 +89,35 @@ T inv_sqrt_special(T x, int32_t& status) {
     else return static_cast<T>(1.0 / hw_sqrt(static_cast<double>(x)));
 }
 
-// ---- double LA/EP: the seeded estimate and its correction.
+// ---- double LA/EP: the seeded estimate and its correction, on two pairs.
+inline __m128i image_of(__m128i b) {
+    const __m128i t = _mm_and_si128(_mm_srli_epi64(b, 29), _mm_set1_epi64x(0x00FFFFFF));
+    return _mm_add_epi64(_mm_xor_si128(t, _mm_set1_epi64x(0x00800000)), _mm_set1_epi64x(0x3F800000));
+}
+
+// y = estimate * 2^(512 - ((E + 1) >> 1)), the float exponent rebased (+896).
+inline __m128d seed_of(__m128i est_bits, __m128i b) {
+    const __m128i biased = _mm_and_si128(_mm_srli_epi64(b, 52), _mm_set1_epi64x(0x7FF));
+    const __m128i half = _mm_srli_epi64(_mm_add_epi64(biased, _mm_set1_epi64x(1)), 1);
+    const __m128i exponent = _mm_slli_epi64(_mm_sub_epi64(_mm_set1_epi64x(896 + 512), half), 52);
+    return _mm_castsi128_pd(_mm_add_epi64(_mm_slli_epi64(est_bits, 29), exponent));
+}
+
+inline __m128d refine(__m128d x, __m128d y) {
+    const v2df r = y, e = v2df(x) * (r * r) - 1.0;
+    return r * (1.0 + e * (-0.5 + e * (0.375 + e * (-0.3125 + e * 0x1.18p-2))));
+}
+
 inline void seeded_inverse_sqrt(const double* a, double* y) {
-    int64_t b[4];
-    uint32_t image[4];
-    for (int k = 0; k < 4; ++k) {
-        b[k] = bits(a[k]);
-        image[k] = ((static_cast<uint32_t>(b[k] >> 29) & 0x00FFFFFFu) ^ 0x00800000u) + 0x3F800000u;
-    }
-    alignas(16) uint32_t est[4];
-    _mm_store_ps(reinterpret_cast<float*>(est),
-                 _mm_rsqrt_ps(_mm_loadu_ps(reinterpret_cast<const float*>(image))));
-    for (int k = 0; k < 4; k += 2) {
-        const v2di eb = v2di{static_cast<int64_t>(est[k]), static_cast<int64_t>(est[k + 1])};
-        const v2di biased = v2di{(b[k] >> 52) & 0x7FF, (b[k + 1] >> 52) & 0x7FF};
-        // float exponent bias 127 -> double 1023 (+896), times 2^(512 - ((E+1)>>1)).
-        v2df r = from_bits((eb << 29) + ((896 + 512 - ((biased + 1) >> 1)) << 52));
-        const v2df x = load2(a + k);
-        const v2df e = x * (r * r) - 1.0;
-        r = r * (1.0 + e * (-0.5 + e * (0.375 + e * (-0.3125 + e * 0x1.18p-2))));
-        store2(y + k, r);
-    }
+    const __m128d x0 = _mm_loadu_pd(a), x1 = _mm_loadu_pd(a + 2);
+    const __m128i b0 = _mm_castpd_si128(x0), b1 = _mm_castpd_si128(x1);
+    // The four 32-bit images side by side: the low halves of each pair's lanes.
+    const __m128 images = _mm_shuffle_ps(_mm_castsi128_ps(image_of(b0)), _mm_castsi128_ps(image_of(b1)),
+                                         _MM_SHUFFLE(2, 0, 2, 0));
+    const __m128i est = _mm_castps_si128(_mm_rsqrt_ps(images));
+    const __m128i zero = _mm_setzero_si128();
+    _mm_storeu_pd(y, refine(x0, seed_of(_mm_unpacklo_epi32(est, zero), b0)));
+    _mm_storeu_pd(y + 2, refine(x1, seed_of(_mm_unpackhi_epi32(est, zero), b1)));
 }
 
 template <typename T, typename Fast, typename One>
