@@ -6,15 +6,17 @@
 // group is recomputed element by element: lanes that pass run the same
 // arithmetic on one lane, the others go to the per-element step (NaN gives
 // x - x, an infinity x - x with VXM_STATUS_ERRDOM, anything finite the
-// evaluator with its tiny path and exact large-argument reduction).  Sin and
-// Cos HA run under the x87 control value 0x200, SinCos HA under 0x300.
+// evaluator with its tiny path and exact large-argument reduction).  SinCos
+// takes both results from one reduction and one row.  Sin and Cos HA run
+// under the x87 control value 0x200, SinCos HA under 0x300.
 //
 // LA and EP: eight elements a turn in four pairs, the polynomial method by pi;
 // each lane at or above 2^24 (infinities included) is then redone on its own
 // through the per-element step while the other lanes keep their wide results;
 // NaN lanes compare false and give NaN on the wide path.  EP uses the stated
-// degree-9 polynomial (about 29 bits), LA the Taylor series to r^23 (within
-// 2 ulps).  SinCos LA runs under the x87 control value 0x200.
+// degree-9 polynomial (about 27 bits), LA a four-piece reduction and the
+// Taylor series to r^21 by Estrin's scheme (within 2.5 ulps).  SinCos LA
+// runs under the x87 control value 0x200.
 #include <cstdint>
 
 #include "frame/error_path.h"

@@ -8,8 +8,9 @@
 namespace qlm::trig {
 
 // ---------------------------------------------------------------------------
-// LA and EP lanes: a = |x|, n = round(a*2/pi), r = a - n*pi/2 in three pieces
-// (the pieces of pi halved, exact products below 2^24), sin r and cos r by
+// LA and EP lanes: a = |x|, n = round(a*2/pi), r = a - n*pi/2 in pieces (the
+// pieces of pi halved, exact products below 2^24: four for LA as in the
+// sine's LA lane, three for EP), sin r and cos r by
 // their Taylor series on [-pi/4, pi/4], tan = s/c for even n and -c/s for odd
 // n, with the input's sign.  LA runs the series to r^15 and r^16 (truncation
 // 2^-55), EP to r^11 and r^12 (2^-37); LA stays within 3 ulps, EP keeps more

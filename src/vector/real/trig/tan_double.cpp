@@ -5,7 +5,8 @@
 // method of tan_core.h (sine and cosine as pairs, corrected quotient), within
 // 0.51 ulp; a failing group goes element by element, the failing elements to
 // the x87 evaluator of tan_core.h (pi/32 reduction, exact for every size,
-// 64-bit addition formulas and quotient), within 0.51 ulp.  LA and EP: eight elements a turn, the polynomial method by pi/2
+// 64-bit addition formulas and quotient), within 0.51 ulp.
+// LA and EP: eight elements a turn, the polynomial method by pi/2
 // of tan_core.h under the x87 control value 0x200; lanes at or above 2^24 are
 // redone by the HA evaluator one at a time.  NaN gives NaN quietly; an
 // infinity gives NaN with VXM_STATUS_ERRDOM.  Tan of ±0 keeps the sign.
