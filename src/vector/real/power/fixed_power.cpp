@@ -21,7 +21,7 @@
 // +inf or ±0; negative x in Pow3o2 gives NaN with VXM_STATUS_ERRDOM (-0 is
 // not negative); a finite result too large gives inf with
 // VXM_STATUS_OVERFLOW.  Cbrt and InvCbrt are odd, Pow2o3 even.
-#include <emmintrin.h>
+#include <smmintrin.h>
 
 #include <cmath>
 #include <cstdint>
@@ -46,15 +46,19 @@ enum class parity { odd, even, positive };
 
 inline double sqrt_lane(double x) { return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(x), _mm_set_sd(x))); }
 inline v2df sqrt_lane(v2df x) { return _mm_sqrt_pd(x); }
+inline double floor_lane(double x) { return _mm_cvtsd_f64(_mm_floor_sd(_mm_set_sd(x), _mm_set_sd(x))); }
+inline v2df floor_lane(v2df x) { return _mm_floor_pd(x); }
 
 // Cube root of z positive and normal, by the fit and two Halley steps.
 template <typename V>
 inline V cube_root(V z) {
     const ints_of<V> b = bits(z);
     const ints_of<V> e = ((b >> 52) & 0x7FF) - 1023;
-    // floor(e/3) for |e| < 1100: (e + 1026) * 21846 >> 16 is floor((e+1026)/3).
-    const ints_of<V> q = (((e + 1026) * 21846) >> 16) - 342;
-    const ints_of<V> s = e - 3 * q;  // 0, 1 or 2
+    // q = floor(e/3) in double: e/3 rounds just below an integer when 3
+    // divides e, which the 2^-20 lifts back; no integer division in SSE.
+    const V qf = floor_lane(pw::to_double<V>(e) * 0x1.5555555555555p-2 + 0x1p-20);
+    const ints_of<V> q = bits(qf + pw::kShifter) - bits(splat<V>(pw::kShifter));
+    const ints_of<V> s = e - (q + q + q);  // 0, 1 or 2
     const V m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 + s) << 52));  // [1, 8)
     V y = 0x1.6ef7d7cd66d80p-1 +
           m * (0x1.50ba80e69b758p-2 + m * (-0x1.16bdce74d65fap-5 + m * 0x1.aaa35d014647bp-10));
