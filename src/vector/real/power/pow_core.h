@@ -4,7 +4,7 @@
 //
 // log: x = 2^e * m with m in [0.707, 1.414) (the mantissa halved from
 // 1.4140625 on); c, a 9-bit approximation of 1/m from the 256-row table, makes
-// r = m*c - 1 (|r| < 2^-7.9) exact as a pair (two_prod); log x = e*ln2 -
+// r = m*c - 1 (|r| < 2^-7.9) exact as a pair; log x = e*ln2 -
 // log c + log1p(r), with -log c as a pair from the table, r - r^2/2 carried
 // as pairs and r^3/3 ... r^9/9 (Taylor) in double.  The leading terms are
 // summed with two_sum, so the pair is good to about 2^-68 relative.
@@ -54,9 +54,11 @@ inline void log_pair(V x, V& lh, V& ll) {
     const V c = gather<0>(log_table, row);
     const V lc_hi = gather<1>(log_table, row), lc_lo = gather<2>(log_table, row);
 
+    // m = m_hi + m_lo with m_hi of 44 bits: m_hi*c (53 bits) and m_lo*c
+    // (18 bits) are exact, and so is m_hi*c - 1 (Sterbenz): r = rh + rl exactly.
+    const V m_hi = from_bits(bits(m) & ~static_cast<int64_t>(0x1FF));
     V rh, rl;
-    two_prod(m, c, rh, rl);
-    rh = rh - 1.0;  // exact: m*c lies within 2^-7.9 of 1
+    two_sum(m_hi * c - 1.0, (m - m_hi) * c, rh, rl);  // normalised: the series needs all of r in rh
     V sq, sq_lo;
     two_prod(rh, rh, sq, sq_lo);
     const V tail =
@@ -73,7 +75,7 @@ inline void log_pair(V x, V& lh, V& ll) {
     two_sum(s, -0.5 * sq, s, err);
     acc += err;
     acc += e * kLn2Lo + lc_lo + (rl - rl * rh) - 0.5 * sq_lo + tail;
-    fast_two_sum(s, acc, lh, ll);
+    two_sum(s, acc, lh, ll);
 }
 
 // exp(r) - 1 for |r| <= 0.0028: Taylor to r^6.
