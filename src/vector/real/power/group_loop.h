@@ -9,6 +9,8 @@
 // are unaligned.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstdint>
 
 namespace qlm::lanes {
@@ -41,8 +43,7 @@ inline void run_eights_redo(int32_t n, const T* a, double limit, Wide&& wide, Re
         unsigned mask = 0;
         for (int k = 0; k < 8; k += 2) {
             const v2df x = v2df{static_cast<double>(a[i + k]), static_cast<double>(a[i + k + 1])};
-            const v2di big = abs(x) >= limit;
-            mask |= static_cast<unsigned>((big[0] & 1) | (big[1] & 2)) << k;
+            mask |= static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(abs(x) >= limit))) << k;
             wide(i + k, x);
         }
         while (mask != 0) {
