@@ -2,8 +2,8 @@
 //
 // HA: four elements a turn in two pairs; screen |x| < 90112 on the high words
 // (0x40F60000); the table method by pi/64 of sine_core.h (128-row angle table,
-// three-piece pi/64, exact Taylor coefficients), within 0.52 ulp.  A failing
-// group is recomputed element by element: lanes that pass run the same
+// pi/64 in three pieces and a rest, exact Taylor coefficients), within
+// 0.52 ulp.  A failing group is recomputed element by element: lanes that pass run the same
 // arithmetic on one lane, the others go to the per-element step (NaN gives
 // x - x, an infinity x - x with VXM_STATUS_ERRDOM, anything finite the
 // evaluator with its tiny path and exact large-argument reduction).  SinCos
@@ -14,7 +14,7 @@
 // each lane at or above 2^24 (infinities included) is then redone on its own
 // through the per-element step while the other lanes keep their wide results;
 // NaN lanes compare false and give NaN on the wide path.  EP uses the stated
-// degree-9 polynomial (about 27 bits), LA a four-piece reduction and the
+// degree-9 polynomial (about 27 bits), LA a five-piece reduction and the
 // Taylor series to r^21 by Estrin's scheme (within 2.5 ulps).  SinCos LA
 // runs under the x87 control value 0x200.
 #include <cstdint>

@@ -23,9 +23,10 @@ inline constexpr int64_t kSign = INT64_MIN;
 // ---------------------------------------------------------------------------
 // Table method by pi/64 (the wide lane of Sin, Cos and SinCos HA).
 //
-// n = round(x*64/pi); r = x - n*(p1 + p2 + p3), where n*p1 and n*p2 are exact
-// for |x| < 90112 (p1, p2 have at most 32 bits, n at most 21), so r is kept
-// as a pair r + rl that carries the rounding of the second subtraction.  Row
+// n = round(x*64/pi); r = x - n*(p1 + p2 + p3 + p4), where n*p1, n*p2 and n
+// times the head of p3 are exact for |x| < 90112 (at most 32 bits each, n at
+// most 21), so r is kept as a pair r + rl that carries the roundings of the
+// subtractions.  Row
 // n mod 128 gives sin and cos of n*pi/64 as double pairs; sin(a + r) =
 // S*cos r + C*sin r, with sin r and cos r from their Taylor series to r^7 and
 // r^6 (the truncation is below 2^-58 relative for |r| <= pi/128).  The
@@ -37,6 +38,12 @@ inline constexpr double k64OverPi = 0x1.45f306dc9c883p4;  // 0x40345F306DC9C883
 inline constexpr double kPi64a = 0x1.921fb544p-5;        // 0x3FA921FB54400000
 inline constexpr double kPi64b = 0x1.0b4611a6p-39;       // 0x3D80B4611A600000
 inline constexpr double kPi64c = 0x1.3198a2e037073p-74;  // 0x3B53198A2E037073
+// The third piece in two (its head of 29 bits times n is exact) and the rest
+// of pi/64: the doubles below 90112 nearest to a multiple of pi/64 lie about
+// 2^-57 from it, where the rounded product n*p3 alone would cost 2^-49.
+inline constexpr double kPi64c1 = 0x1.3198a2ep-74;
+inline constexpr double kPi64c2 = 0x1.b8398p-109;
+inline constexpr double kPi64d = 0x1.129024e088a68p-128;
 // Taylor coefficients, as their exact doubles.
 inline constexpr double kS3 = -0x1.5555555555555p-3;     // 0xBFC5555555555555
 inline constexpr double kS5 = 0x1.1111111111111p-7;      // 0x3F81111111111111
@@ -54,9 +61,10 @@ inline ints_of<V> reduce_by_pi_over_64(V x, V& r, V& rl) {
     const V t = x * k64OverPi + kShifter;
     const V nf = t - kShifter;
     const V r1 = x - nf * kPi64a;  // exact
-    V e;
-    lanes::two_sum(r1, -(nf * kPi64b), r, e);
-    rl = e - nf * kPi64c;
+    V e1, e2;
+    lanes::two_sum(r1, -(nf * kPi64b), r, e1);
+    lanes::two_sum(r, -(nf * kPi64c1), r, e2);
+    rl = (e1 + e2) - (nf * kPi64c2 + nf * kPi64d);
     return bits(t);
 }
 
@@ -103,7 +111,7 @@ inline V sin_by_table(V x, int64_t quarter) {
 // The per-element evaluator: any finite x.  Exponent field below 0x303 takes
 // the tiny path (sin x rounds to x, cos x to 1); from 0x410 on, the exact
 // reduction of large_reduction.cpp; in between, n = round(x*32/pi) and a
-// three-piece pi/32 with the pair r + rl.  Row (n - 1) mod 64 of the
+// the pieces of pi/32 with the pair r + rl.  Row (n - 1) mod 64 of the
 // evaluator table holds n*pi/32 as heads (multiples of 1/4) and tails, so
 // that sin(a + r) = Sh + St + Ch*r + (small terms), the three leading terms
 // summed exactly.  Taylor series to r^9 and r^8 for |r| <= pi/64.
@@ -121,9 +129,10 @@ inline int64_t reduce_by_pi_over_32(double x, double& r_hi, double& r_lo) {
     const double t = x * k32OverPi + kShifter;
     const double nf = t - kShifter;
     const double r1 = x - nf * kPi32a;
-    double e;
-    lanes::two_sum(r1, -(nf * kPi32b), r_hi, e);
-    const double l = e - nf * kPi32c;
+    double e1, e2;
+    lanes::two_sum(r1, -(nf * kPi32b), r_hi, e1);
+    lanes::two_sum(r_hi, -(nf * (2 * kPi64c1)), r_hi, e2);  // the pieces of pi/64 doubled
+    const double l = (e1 + e2) - (nf * (2 * kPi64c2) + nf * (2 * kPi64d));
     lanes::fast_two_sum(r_hi, l, r_hi, r_lo);
     return bits(t) & 63;
 }
@@ -158,7 +167,7 @@ inline double sin_evaluate(double x, int64_t quarter) {
 // Polynomial method by pi (the LA and EP lanes): a = |x|, n = round(a/pi) for
 // the sine, n + 1/2 = round(a/pi - 1/2) + 1/2 for the cosine; r = a - n*pi in
 // three pieces (n*q1 exact below 2^24), then one odd polynomial on
-// [-pi/2, pi/2] (LA in four pieces).  Sign: the input's for the sine, flipped when n is odd; the
+// [-pi/2, pi/2] (LA in five pieces).  Sign: the input's for the sine, flipped when n is odd; the
 // cosine's is -(-1)^n.  Lanes at or above 2^24 are redone by the evaluator.
 inline constexpr double kPolyLimit = 0x1p24;  // 0x4170000000000000
 inline constexpr double kInvPi = 0x1.45f306dc9c883p-2;  // 0x3FD45F306DC9C883
@@ -169,6 +178,9 @@ inline constexpr double kPiC = 0x1.8469898cc5170p-47;   // 0x3D08469898CC5170
 // exact and each subtraction that cancels is exact too.
 inline constexpr double kPiC1 = 0x1.846989p-47;
 inline constexpr double kPiD = 0x1.198a2e0370734p-72;
+inline constexpr double kPiD1 = 0x1.198a2ep-72;  // kPiD = kPiD1 + kPiD2, n*kPiD1 exact
+inline constexpr double kPiD2 = 0x1.b839ap-103;
+inline constexpr double kPiE = 0x1.29024e088a67dp-126;  // the rest of pi
 
 // The accuracy of the odd polynomial.
 enum class sine_poly { ep, la };
@@ -217,10 +229,10 @@ inline V sin_by_poly(V x) {
     } else {
         // LA keeps the rounding of the second subtraction: near a multiple of
         // pi the reduced value is tiny and that rounding would be the result's.
-        // Four pieces, every product but the last exact: a subtraction that
+        // Five pieces, every product but the last two exact: a subtraction that
         // cancels is exact (Sterbenz), one that does not rounds relative to
         // the reduced value, so r keeps 51 bits even next to a multiple of pi.
-        r = (((a - nf * kPiA) - nf * kPiB) - nf * kPiC1) - nf * kPiD;
+        r = ((((a - nf * kPiA) - nf * kPiB) - nf * kPiC1) - nf * kPiD1) - (nf * kPiD2 + nf * kPiE);
         rl = lanes::splat<V>(0.0);
     }
     const V s = odd_sine<Poly>(r, rl);

@@ -9,7 +9,7 @@ namespace qlm::trig {
 
 // ---------------------------------------------------------------------------
 // LA and EP lanes: a = |x|, n = round(a*2/pi), r = a - n*pi/2 in pieces (the
-// pieces of pi halved, exact products below 2^24: four for LA as in the
+// pieces of pi halved, exact products below 2^24: five for LA as in the
 // sine's LA lane, three for EP), sin r and cos r by
 // their Taylor series on [-pi/4, pi/4], tan = s/c for even n and -c/s for odd
 // n, with the input's sign.  LA runs the series to r^15 and r^16 (truncation
@@ -26,8 +26,9 @@ inline V tan_by_poly(V x) {
     const V nf = t - kShifter;
     V r, rl;
     if constexpr (Poly == tan_poly::la) {
-        // The four-piece reduction of the sine's LA lane, halved.
-        r = (((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC1 * 0.5)) - nf * (kPiD * 0.5);
+        // The reduction of the sine's LA lane, halved.
+        r = ((((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC1 * 0.5)) - nf * (kPiD1 * 0.5)) -
+            (nf * (kPiD2 * 0.5) + nf * (kPiE * 0.5));
         rl = lanes::splat<V>(0.0);
     } else {
         r = ((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC * 0.5);
