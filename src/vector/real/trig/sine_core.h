@@ -63,7 +63,9 @@ inline ints_of<V> reduce_by_pi_over_64(V x, V& r, V& rl) {
     const V r1 = x - nf * kPi64a;  // exact
     V e1, e2;
     lanes::two_sum(r1, -(nf * kPi64b), r, e1);
-    lanes::two_sum(r, -(nf * kPi64c1), r, e2);
+    // Fast form: the sum is exact when it cancels (Sterbenz), and |r| is far
+    // above the product when it does not.
+    lanes::fast_two_sum(r, -(nf * kPi64c1), r, e2);
     rl = (e1 + e2) - (nf * kPi64c2 + nf * kPi64d);
     return bits(t);
 }
