@@ -139,8 +139,9 @@ TEST(GaussianPairs, OneVariateTwiceDrawsOnePair) {
     EXPECT_EQ(next_g, next_u) << "two unit variates took exactly two uniforms";
     // The pair (u1, u2) gives rho sin and rho cos of the same angle.
     const double rho = std::sqrt(-2 * std::log(skip[0])), angle = 2 * M_PI * skip[1];
-    EXPECT_NEAR(x[0], rho * std::sin(angle), 1e-12);
-    EXPECT_NEAR(x[1], rho * std::cos(angle), 1e-12);
+    // Double runs on the EP kernels: 26 correct bits or more.
+    EXPECT_NEAR(x[0], rho * std::sin(angle), 1e-7 * rho);
+    EXPECT_NEAR(x[1], rho * std::cos(angle), 1e-7 * rho);
 }
 
 // A generator of our own whose uniforms are a fixed pattern, to reach the
@@ -174,7 +175,7 @@ TEST(GaussianEnds, ZeroUniformGivesTheLogOfTheLeastDenormal) {
     stream_handle s(pattern_generator());
     double r[4];
     ASSERT_EQ(_vxsdRngGaussian(0, s.p, 4, r, 1.0, 1.0), 0);
-    for (double v : r) EXPECT_NEAR(v, 1.0 + std::sqrt(2 * 744.4400719213812), 1e-9);
+    for (double v : r) EXPECT_NEAR(v, 1.0 + std::sqrt(2 * 744.4400719213812), 1e-6);
     float f[4];
     ASSERT_EQ(_vxssRngGaussian(0, s.p, 4, f, 0.0f, 1.0f), 0);
     for (float v : f) EXPECT_NEAR(v, std::sqrt(2 * 103.27893f), 1e-4f);
@@ -225,6 +226,7 @@ TEST(GaussianState, CallersModeAndCallbackComeBackAlsoOnFailure) {
     EXPECT_EQ(qlm_vxm_kernel_GetErrorCallBack(), &callers_callback);
     pattern_status = 0;
     qlm_vxm_kernel_SetErrorCallBack(nullptr);
+    qlm_vxm_kernel_SetMode(VXM_HA | VXM_ERRMODE_DEFAULT);
 }
 
 }  // namespace

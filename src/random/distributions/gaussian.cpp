@@ -111,13 +111,16 @@ int32_t replace_ends(qlm_vxm_error_record* record) {
     return 0;
 }
 
-// rho = sqrt(-2 ln u), in place.
+// rho = sqrt(-2 ln u) into rho.  The log is not taken in place: the error
+// path reads the argument back from the input vector after the kernel has
+// stored its default result, and the callback must see the uniform itself
+// to tell a zero from the poles.
 template <typename Real>
-void radius(int n, Real* u) {
+void radius(int n, const Real* u, Real* rho) {
     using P = precision<Real>;
-    keeping_denormals([&] { P::ln(n, u, u); });
-    for (int i = 0; i < n; ++i) u[i] = Real(0) - (u[i] + u[i]);
-    keeping_denormals([&] { P::sqrt(n, u, u); });
+    keeping_denormals([&] { P::ln(n, u, rho); });
+    for (int i = 0; i < n; ++i) rho[i] = Real(0) - (rho[i] + rho[i]);
+    keeping_denormals([&] { P::sqrt(n, rho, rho); });
 }
 
 template <typename Real>
@@ -131,15 +134,15 @@ void deinterleave(int pairs, const Real* uniforms, Real* u1, Real* u2) {
 template <typename Real>
 int32_t box_muller_one(void* stream, int n, Real* r, Real a, Real sigma) {
     using P = precision<Real>;
-    alignas(16) Real uniforms[2 * kBlock], u1[kBlock], u2[kBlock];
+    alignas(16) Real uniforms[2 * kBlock], u1[kBlock], u2[kBlock], rho[kBlock];
     for (int done = 0; done < n;) {
         const int k = std::min(kBlock, n - done);
         if (const int32_t status = P::uniform(stream, 2 * k, uniforms, Real(0), Real(1)); status < 0)
             return status;
         deinterleave(k, uniforms, u1, u2);
         keeping_denormals([&] { P::sin(k, u2, u2); });
-        radius(k, u1);
-        for (int i = 0; i < k; ++i) r[done + i] = u1[i] * sigma * u2[i] + a;
+        radius(k, u1, rho);
+        for (int i = 0; i < k; ++i) r[done + i] = rho[i] * sigma * u2[i] + a;
         done += k;
     }
     return 0;
@@ -159,14 +162,14 @@ int32_t box_muller_two(void* stream, int n, Real* r, Real a, Real sigma) {
             return kOutOfMemory;
         }
     }
-    alignas(16) Real uniforms[2 * kBlock], u1[kBlock], u2[kBlock], s[kBlock], c[kBlock];
+    alignas(16) Real uniforms[2 * kBlock], u1[kBlock], u2[kBlock], s[kBlock], c[kBlock], rho[kBlock];
     int m = n, at = 0;
     if (pending[0] != Real(-1)) {
         u1[0] = pending[0];
         u2[0] = pending[1] * P::two_pi;
         keeping_denormals([&] { P::cos(1, u2, u2); });
-        radius(1, u1);
-        r[at++] = u1[0] * u2[0];
+        radius(1, u1, rho);
+        r[at++] = rho[0] * u2[0];
         --m;
     }
     while (m >= 2) {
@@ -175,10 +178,10 @@ int32_t box_muller_two(void* stream, int n, Real* r, Real a, Real sigma) {
             return status;
         deinterleave(pairs, uniforms, u1, u2);
         keeping_denormals([&] { P::sincos(pairs, u2, s, c); });
-        radius(pairs, u1);
+        radius(pairs, u1, rho);
         for (int i = 0; i < pairs; ++i) {
-            r[at + 2 * i] = u1[i] * s[i];
-            r[at + 2 * i + 1] = u1[i] * c[i];
+            r[at + 2 * i] = rho[i] * s[i];
+            r[at + 2 * i + 1] = rho[i] * c[i];
         }
         at += 2 * pairs;
         m -= 2 * pairs;
@@ -190,8 +193,8 @@ int32_t box_muller_two(void* stream, int n, Real* r, Real a, Real sigma) {
         pending[1] = uniforms[1];
         deinterleave(1, uniforms, u1, u2);
         keeping_denormals([&] { P::sin(1, u2, u2); });
-        radius(1, u1);
-        r[at] = u1[0] * u2[0];
+        radius(1, u1, rho);
+        r[at] = rho[0] * u2[0];
     } else {
         pending[0] = pending[1] = Real(-1);
     }
