@@ -48,6 +48,14 @@ extern "C" {
    value into [a, b] after scaling, guarding the endpoints against rounding. */
 #define VXS_METHOD_ACCURATE  0x40000000
 
+/* Methods of the Gaussian generators.  Only these three are methods: the
+ * method word indexes the generators' table unchecked. */
+#define VXS_RNG_METHOD_GAUSSIAN_BOXMULLER   0  /* one variate per pair of uniforms */
+#define VXS_RNG_METHOD_GAUSSIAN_BOXMULLER2  1  /* two per pair; a half pair waits on the stream */
+#define VXS_RNG_METHOD_GAUSSIAN_ICDF        2  /* inverse distribution function */
+/* The lognormal always draws its normal variates by BOXMULLER2. */
+#define VXS_RNG_METHOD_LOGNORMAL_BOXMULLER2 0
+
 /* Statuses. */
 #define VXS_STATUS_OK                          0
 #define VXS_ERROR_BAD_INIT_METHOD              (-2)
@@ -164,6 +172,16 @@ int32_t _vxsiRngUniform(int32_t method, void* stream, int32_t n, int32_t* r, int
 int32_t _vxsiRngUniformBits(int32_t method, void* stream, int32_t n, void* r);
 int32_t _vxsiRngUniformBits32(int32_t method, void* stream, int32_t n, uint32_t* r);
 int32_t _vxsiRngUniformBits64(int32_t method, void* stream, int32_t n, uint64_t* r);
+
+/* Gaussian family: a is the mean and sigma the standard deviation; in the
+ * lognormal they apply to the logarithm, b is the displacement and beta
+ * the scale.  Parameters are the caller's to validate. */
+int32_t _vxsdRngGaussian(int32_t method, void* stream, int32_t n, double* r, double a, double sigma);
+int32_t _vxssRngGaussian(int32_t method, void* stream, int32_t n, float* r, float a, float sigma);
+int32_t _vxsdRngLognormal(int32_t method, void* stream, int32_t n, double* r, double a, double sigma,
+                          double b, double beta);
+int32_t _vxssRngLognormal(int32_t method, void* stream, int32_t n, float* r, float a, float sigma,
+                          float b, float beta);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,351 @@
+// The inverse trigonometric, inverse hyperbolic, error and inverse error
+// functions against
+// their peers, in one run: SLEEF SSE4 (u10 beside our HA, u35 beside our LA
+// and EP where SLEEF has one), glibc's SSE vector variants (libmvec, beside
+// our LA) and a loop over glibc's scalar function.  CdfNorm, which SLEEF
+// lacks, is compared with a loop over erfc(-x/sqrt 2)/2 in glibc, the best
+// plain scalar method; CdfNormInv and ErfInv with a loop over the rational
+// start and two Halley steps on glibc's erfc.  4096 elements, in cache; inputs spread over each
+// function's domain.
+//
+//   bench_special                   the benchmarks and the ratios
+//   bench_special --cost_figures    cycles per element of every routine by
+//                                   rdtsc on 1000-element vectors: the
+//                                   figures of the registry's cost columns
+#include <emmintrin.h>
+#include <sleef.h>
+#include <x86intrin.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "bench_support.h"
+#include "qlm/qlm_vxm.h"
+
+extern "C" {
+__m128d _ZGVbN2v_asin(__m128d);
+__m128d _ZGVbN2v_acos(__m128d);
+__m128d _ZGVbN2v_atan(__m128d);
+__m128d _ZGVbN2vv_atan2(__m128d, __m128d);
+__m128d _ZGVbN2v_asinh(__m128d);
+__m128d _ZGVbN2v_acosh(__m128d);
+__m128d _ZGVbN2v_atanh(__m128d);
+__m128d _ZGVbN2v_erf(__m128d);
+__m128d _ZGVbN2v_erfc(__m128d);
+__m128 _ZGVbN4v_asinf(__m128);
+__m128 _ZGVbN4v_acosf(__m128);
+__m128 _ZGVbN4v_atanf(__m128);
+__m128 _ZGVbN4vv_atan2f(__m128, __m128);
+__m128 _ZGVbN4v_asinhf(__m128);
+__m128 _ZGVbN4v_acoshf(__m128);
+__m128 _ZGVbN4v_atanhf(__m128);
+__m128 _ZGVbN4v_erff(__m128);
+__m128 _ZGVbN4v_erfcf(__m128);
+}
+
+namespace {
+
+using qlm::bench::aligned_buffer;
+constexpr int kN = 4096;
+
+// Inputs spread over [lo, hi] in a fixed shuffled order.
+template <typename T>
+void fill(T* x, int n, double lo, double hi) {
+    uint64_t s = 12345;
+    for (int i = 0; i < n; ++i) {
+        s = s * 6364136223846793005ull + 1442695040888963407ull;
+        x[i] = static_cast<T>(lo + (hi - lo) * static_cast<double>(s >> 11) * 0x1p-53);
+    }
+}
+
+struct domain {
+    double lo, hi;
+};
+
+template <typename T>
+struct buffers {
+    buffers(domain d, domain d2) : a(kN), b(kN), y(kN) {
+        fill(a.data, kN, d.lo, d.hi);
+        fill(b.data, kN, d2.lo, d2.hi);
+        std::reverse(b.data, b.data + kN);
+    }
+    aligned_buffer<T> a, b, y;
+};
+
+using dvec = std::function<void(int, const double*, const double*, double*)>;
+using svec = std::function<void(int, const float*, const float*, float*)>;
+
+void register_double(const std::string& name, domain d, domain d2, dvec f) {
+    benchmark::RegisterBenchmark(name.c_str(), [d, d2, f](benchmark::State& st) {
+        buffers<double> o(d, d2);
+        for (auto _ : st) {
+            f(kN, o.a.data, o.b.data, o.y.data);
+            benchmark::ClobberMemory();
+        }
+        st.SetItemsProcessed(st.iterations() * kN);
+    });
+}
+void register_single(const std::string& name, domain d, domain d2, svec f) {
+    benchmark::RegisterBenchmark(name.c_str(), [d, d2, f](benchmark::State& st) {
+        buffers<float> o(d, d2);
+        for (auto _ : st) {
+            f(kN, o.a.data, o.b.data, o.y.data);
+            benchmark::ClobberMemory();
+        }
+        st.SetItemsProcessed(st.iterations() * kN);
+    });
+}
+
+// Loops over a peer's vector function, two doubles or four floats a call.
+#define QLM_PAIRS(V)                                                                 \
+    [](int n, const double* a, const double*, double* y) {                          \
+        for (int i = 0; i < n; i += 2) _mm_store_pd(y + i, V(_mm_load_pd(a + i)));   \
+    }
+#define QLM_PAIRS2(V)                                                                          \
+    [](int n, const double* a, const double* b, double* y) {                                  \
+        for (int i = 0; i < n; i += 2) _mm_store_pd(y + i, V(_mm_load_pd(a + i), _mm_load_pd(b + i))); \
+    }
+#define QLM_QUADS(V)                                                                 \
+    [](int n, const float* a, const float*, float* y) {                             \
+        for (int i = 0; i < n; i += 4) _mm_store_ps(y + i, V(_mm_load_ps(a + i)));   \
+    }
+#define QLM_QUADS2(V)                                                                          \
+    [](int n, const float* a, const float* b, float* y) {                                     \
+        for (int i = 0; i < n; i += 4) _mm_store_ps(y + i, V(_mm_load_ps(a + i), _mm_load_ps(b + i))); \
+    }
+template <double (*F)(double)>
+__attribute__((noinline)) void scalar_loop(int n, const double* a, const double*, double* y) {
+    for (int i = 0; i < n; ++i) y[i] = F(a[i]);
+}
+template <float (*F)(float)>
+__attribute__((noinline)) void scalar_loop_f(int n, const float* a, const float*, float* y) {
+    for (int i = 0; i < n; ++i) y[i] = F(a[i]);
+}
+
+double cdfnorm_plain(double x) { return 0.5 * std::erfc(-x * 0.70710678118654752440); }
+float cdfnorm_plain_f(float x) { return 0.5f * erfcf(-x * 0.70710678f); }
+
+// The plain scalar quantile: the classical rational start (absolute error
+// 4.5e-4) and two Halley steps on glibc's erfc, the usual way to get double
+// accuracy without tables.
+double cdfnorminv_plain(double p) {
+    const double q = p < 0.5 ? p : 1.0 - p;
+    const double t = std::sqrt(-2.0 * std::log(q));
+    double x = -(t - (2.515517 + t * (0.802853 + t * 0.010328)) / (1.0 + t * (1.432788 + t * (0.189269 + t * 0.001308))));
+    for (int i = 0; i < 2; ++i) {
+        const double f = 0.5 * std::erfc(-x * 0.70710678118654752440) - q;
+        const double d = f / (0.3989422804014327 * std::exp(-0.5 * x * x));
+        x -= d / (1.0 + 0.5 * x * d);
+    }
+    return p < 0.5 ? x : -x;
+}
+double erfinv_plain(double y) { return -cdfnorminv_plain(0.5 - 0.5 * y) * 0.70710678118654752440; }
+float cdfnorminv_plain_f(float p) { return static_cast<float>(cdfnorminv_plain(p)); }
+float erfinv_plain_f(float y) { return static_cast<float>(erfinv_plain(y)); }
+
+struct unary_entry {
+    const char* name;
+    domain d;
+    void (*const* dtab)(int32_t, const double*, double*);
+    void (*const* stab)(int32_t, const float*, float*);
+    dvec sleef_u10, sleef_u35, mvec, scalar;
+    svec sleef_u10f, sleef_u35f, mvecf, scalarf;
+};
+
+void register_all() {
+    using qlm::bench::compare;
+    const unary_entry entries[] = {
+        {"Asin", {-1, 1}, qlm_vxm_kernel_dAsin_ttab, qlm_vxm_kernel_sAsin_ttab,
+         QLM_PAIRS(Sleef_asind2_u10sse4), QLM_PAIRS(Sleef_asind2_u35sse4), QLM_PAIRS(_ZGVbN2v_asin), scalar_loop<std::asin>,
+         QLM_QUADS(Sleef_asinf4_u10sse4), QLM_QUADS(Sleef_asinf4_u35sse4), QLM_QUADS(_ZGVbN4v_asinf), scalar_loop_f<asinf>},
+        {"Acos", {-1, 1}, qlm_vxm_kernel_dAcos_ttab, qlm_vxm_kernel_sAcos_ttab,
+         QLM_PAIRS(Sleef_acosd2_u10sse4), QLM_PAIRS(Sleef_acosd2_u35sse4), QLM_PAIRS(_ZGVbN2v_acos), scalar_loop<std::acos>,
+         QLM_QUADS(Sleef_acosf4_u10sse4), QLM_QUADS(Sleef_acosf4_u35sse4), QLM_QUADS(_ZGVbN4v_acosf), scalar_loop_f<acosf>},
+        {"Atan", {-20, 20}, qlm_vxm_kernel_dAtan_ttab, qlm_vxm_kernel_sAtan_ttab,
+         QLM_PAIRS(Sleef_atand2_u10sse4), QLM_PAIRS(Sleef_atand2_u35sse4), QLM_PAIRS(_ZGVbN2v_atan), scalar_loop<std::atan>,
+         QLM_QUADS(Sleef_atanf4_u10sse4), QLM_QUADS(Sleef_atanf4_u35sse4), QLM_QUADS(_ZGVbN4v_atanf), scalar_loop_f<atanf>},
+        {"Asinh", {-50, 50}, qlm_vxm_kernel_dAsinh_ttab, qlm_vxm_kernel_sAsinh_ttab,
+         QLM_PAIRS(Sleef_asinhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_asinh), scalar_loop<std::asinh>,
+         QLM_QUADS(Sleef_asinhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_asinhf), scalar_loop_f<asinhf>},
+        {"Acosh", {1, 100}, qlm_vxm_kernel_dAcosh_ttab, qlm_vxm_kernel_sAcosh_ttab,
+         QLM_PAIRS(Sleef_acoshd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_acosh), scalar_loop<std::acosh>,
+         QLM_QUADS(Sleef_acoshf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_acoshf), scalar_loop_f<acoshf>},
+        {"Atanh", {-0.99, 0.99}, qlm_vxm_kernel_dAtanh_ttab, qlm_vxm_kernel_sAtanh_ttab,
+         QLM_PAIRS(Sleef_atanhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_atanh), scalar_loop<std::atanh>,
+         QLM_QUADS(Sleef_atanhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_atanhf), scalar_loop_f<atanhf>},
+        {"Erf", {-5, 5}, qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab,
+         QLM_PAIRS(Sleef_erfd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_erf), scalar_loop<std::erf>,
+         QLM_QUADS(Sleef_erff4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_erff), scalar_loop_f<erff>},
+        {"Erfc", {-5, 25}, qlm_vxm_kernel_dErfc_ttab, qlm_vxm_kernel_sErfc_ttab,
+         nullptr, nullptr, QLM_PAIRS(_ZGVbN2v_erfc), scalar_loop<std::erfc>,
+         nullptr, nullptr, QLM_QUADS(_ZGVbN4v_erfcf), scalar_loop_f<erfcf>},
+        {"CdfNorm", {-35, 8}, qlm_vxm_kernel_dCdfNorm_ttab, qlm_vxm_kernel_sCdfNorm_ttab,
+         nullptr, nullptr, nullptr, scalar_loop<cdfnorm_plain>,
+         nullptr, nullptr, nullptr, scalar_loop_f<cdfnorm_plain_f>},
+        {"CdfNormInv", {1e-6, 1 - 1e-6}, qlm_vxm_kernel_dCdfNormInv_ttab, qlm_vxm_kernel_sCdfNormInv_ttab,
+         nullptr, nullptr, nullptr, scalar_loop<cdfnorminv_plain>,
+         nullptr, nullptr, nullptr, scalar_loop_f<cdfnorminv_plain_f>},
+        {"ErfInv", {-0.999, 0.999}, qlm_vxm_kernel_dErfInv_ttab, qlm_vxm_kernel_sErfInv_ttab,
+         nullptr, nullptr, nullptr, scalar_loop<erfinv_plain>,
+         nullptr, nullptr, nullptr, scalar_loop_f<erfinv_plain_f>},
+    };
+    const char* slots[3] = {"LA", "HA", "EP"};
+    for (const auto& e : entries) {
+        for (int s = 0; s < 3; ++s) {
+            auto dk = e.dtab[s];
+            auto sk = e.stab[s];
+            register_double(std::string("d") + e.name + "_" + slots[s], e.d, e.d,
+                            [dk](int n, const double* a, const double*, double* y) { dk(n, a, y); });
+            register_single(std::string("s") + e.name + "_" + slots[s], e.d, e.d,
+                            [sk](int n, const float* a, const float*, float* y) { sk(n, a, y); });
+        }
+        const std::string d = std::string("d") + e.name, f = std::string("s") + e.name;
+        if (e.sleef_u10) {
+            register_double(d + "_sleef_u10", e.d, e.d, e.sleef_u10);
+            register_single(f + "_sleef_u10", e.d, e.d, e.sleef_u10f);
+            compare(d + "_HA", d + "_sleef_u10");
+            compare(f + "_HA", f + "_sleef_u10");
+        }
+        if (e.sleef_u35) {
+            register_double(d + "_sleef_u35", e.d, e.d, e.sleef_u35);
+            register_single(f + "_sleef_u35", e.d, e.d, e.sleef_u35f);
+            compare(d + "_LA", d + "_sleef_u35");
+            compare(d + "_EP", d + "_sleef_u35");
+            compare(f + "_LA", f + "_sleef_u35");
+            compare(f + "_EP", f + "_sleef_u35");
+        }
+        if (e.mvec) {
+            register_double(d + "_libmvec", e.d, e.d, e.mvec);
+            register_single(f + "_libmvec", e.d, e.d, e.mvecf);
+            compare(d + "_LA", d + "_libmvec");
+            compare(f + "_LA", f + "_libmvec");
+        }
+        register_double(d + "_glibc_scalar", e.d, e.d, e.scalar);
+        register_single(f + "_glibc_scalar", e.d, e.d, e.scalarf);
+        compare(d + "_HA", d + "_glibc_scalar");
+        compare(f + "_HA", f + "_glibc_scalar");
+    }
+
+    // Atan2, two arguments.
+    const domain a2{-10, 10};
+    for (int s = 0; s < 3; ++s) {
+        auto dk = qlm_vxm_kernel_dAtan2_ttab[s];
+        auto sk = qlm_vxm_kernel_sAtan2_ttab[s];
+        register_double(std::string("dAtan2_") + slots[s], a2, a2, dk);
+        register_single(std::string("sAtan2_") + slots[s], a2, a2, sk);
+    }
+    register_double("dAtan2_sleef_u10", a2, a2, QLM_PAIRS2(Sleef_atan2d2_u10sse4));
+    register_double("dAtan2_sleef_u35", a2, a2, QLM_PAIRS2(Sleef_atan2d2_u35sse4));
+    register_double("dAtan2_libmvec", a2, a2, QLM_PAIRS2(_ZGVbN2vv_atan2));
+    register_double("dAtan2_glibc_scalar", a2, a2, [](int n, const double* a, const double* b, double* y) {
+        for (int i = 0; i < n; ++i) y[i] = std::atan2(a[i], b[i]);
+    });
+    register_single("sAtan2_sleef_u10", a2, a2, QLM_QUADS2(Sleef_atan2f4_u10sse4));
+    register_single("sAtan2_sleef_u35", a2, a2, QLM_QUADS2(Sleef_atan2f4_u35sse4));
+    register_single("sAtan2_libmvec", a2, a2, QLM_QUADS2(_ZGVbN4vv_atan2f));
+    register_single("sAtan2_glibc_scalar", a2, a2, [](int n, const float* a, const float* b, float* y) {
+        for (int i = 0; i < n; ++i) y[i] = atan2f(a[i], b[i]);
+    });
+    // Single LGamma and TGamma (the double routines are not in this tier yet).
+    const domain g{-30, 30};
+    register_single("sLGamma_HA", g, g, [](int n, const float* a, const float*, float* y) { _vxmsLGamma(n, a, y); });
+    register_single("sTGamma_HA", g, g, [](int n, const float* a, const float*, float* y) { _vxmsTGamma(n, a, y); });
+    register_single("sLGamma_sleef_u10", g, g, QLM_QUADS(Sleef_lgammaf4_u10sse4));
+    register_single("sTGamma_sleef_u10", g, g, QLM_QUADS(Sleef_tgammaf4_u10sse4));
+    register_single("sLGamma_glibc_scalar", g, g, scalar_loop_f<lgammaf>);
+    register_single("sTGamma_glibc_scalar", g, g, scalar_loop_f<tgammaf>);
+    for (const char* f : {"sLGamma", "sTGamma"}) {
+        compare(std::string(f) + "_HA", std::string(f) + "_sleef_u10");
+        compare(std::string(f) + "_HA", std::string(f) + "_glibc_scalar");
+    }
+    for (const char* t : {"d", "s"}) {
+        const std::string p = std::string(t) + "Atan2";
+        compare(p + "_HA", p + "_sleef_u10");
+        compare(p + "_LA", p + "_sleef_u35");
+        compare(p + "_EP", p + "_sleef_u35");
+        compare(p + "_LA", p + "_libmvec");
+        compare(p + "_HA", p + "_glibc_scalar");
+    }
+}
+
+// Cycles per element of one routine: the least of 50 timed runs over 1000
+// elements, after a warm-up run.
+template <typename T, typename K>
+double cycles_per_element(K kernel, domain d) {
+    constexpr int n = 1000;
+    aligned_buffer<T> a(n), b(n), y(n);
+    fill(a.data, n, d.lo, d.hi);
+    fill(b.data, n, d.lo, d.hi);
+    double best = 1e30;
+    for (int r = 0; r < 51; ++r) {
+        const uint64_t t0 = __rdtsc();
+        kernel(n, a.data, b.data, y.data);
+        const uint64_t t1 = __rdtsc();
+        if (r > 0) best = std::min(best, static_cast<double>(t1 - t0) / n);
+    }
+    return best;
+}
+
+void print_cost_figures() {
+    struct row {
+        const char* name;
+        domain d;
+        void (*const* dtab)(int32_t, const double*, double*);
+        void (*const* stab)(int32_t, const float*, float*);
+    };
+    const row rows[] = {
+        {"Acos", {-1, 1}, qlm_vxm_kernel_dAcos_ttab, qlm_vxm_kernel_sAcos_ttab},
+        {"Acosh", {1, 100}, qlm_vxm_kernel_dAcosh_ttab, qlm_vxm_kernel_sAcosh_ttab},
+        {"Asin", {-1, 1}, qlm_vxm_kernel_dAsin_ttab, qlm_vxm_kernel_sAsin_ttab},
+        {"Asinh", {-50, 50}, qlm_vxm_kernel_dAsinh_ttab, qlm_vxm_kernel_sAsinh_ttab},
+        {"Atan", {-20, 20}, qlm_vxm_kernel_dAtan_ttab, qlm_vxm_kernel_sAtan_ttab},
+        {"Atanh", {-0.99, 0.99}, qlm_vxm_kernel_dAtanh_ttab, qlm_vxm_kernel_sAtanh_ttab},
+        {"CdfNorm", {-35, 8}, qlm_vxm_kernel_dCdfNorm_ttab, qlm_vxm_kernel_sCdfNorm_ttab},
+        {"Erf", {-5, 5}, qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab},
+        {"Erfc", {-5, 25}, qlm_vxm_kernel_dErfc_ttab, qlm_vxm_kernel_sErfc_ttab},
+        {"CdfNormInv", {1e-6, 1 - 1e-6}, qlm_vxm_kernel_dCdfNormInv_ttab, qlm_vxm_kernel_sCdfNormInv_ttab},
+        {"ErfInv", {-0.999, 0.999}, qlm_vxm_kernel_dErfInv_ttab, qlm_vxm_kernel_sErfInv_ttab},
+        {"ErfcInv", {0.001, 1.999}, qlm_vxm_kernel_dErfcInv_ttab, qlm_vxm_kernel_sErfcInv_ttab},
+    };
+    std::printf("%-10s %-4s %10s %10s %10s\n", "function", "type", "LA", "HA", "EP");
+    for (const row& r : rows) {
+        double dc[3], sc[3];
+        for (int s = 0; s < 3; ++s) {
+            auto dk = r.dtab[s];
+            auto sk = r.stab[s];
+            dc[s] = cycles_per_element<double>([dk](int n, const double* a, const double*, double* y) { dk(n, a, y); }, r.d);
+            sc[s] = cycles_per_element<float>([sk](int n, const float* a, const float*, float* y) { sk(n, a, y); }, r.d);
+        }
+        std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", r.name, "d", dc[0], dc[1], dc[2]);
+        std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", r.name, "s", sc[0], sc[1], sc[2]);
+    }
+    double dc[3], sc[3];
+    for (int s = 0; s < 3; ++s) {
+        dc[s] = cycles_per_element<double>(qlm_vxm_kernel_dAtan2_ttab[s], {-10, 10});
+        sc[s] = cycles_per_element<float>(qlm_vxm_kernel_sAtan2_ttab[s], {-10, 10});
+    }
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "Atan2", "d", dc[0], dc[1], dc[2]);
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "Atan2", "s", sc[0], sc[1], sc[2]);
+    // Single only: one routine in all three slots.
+    auto lg = qlm_vxm_kernel_sLGamma_ttab[1];
+    auto tg = qlm_vxm_kernel_sTGamma_ttab[1];
+    const double l = cycles_per_element<float>([lg](int n, const float* a, const float*, float* y) { lg(n, a, y); }, {-30, 30});
+    const double t = cycles_per_element<float>([tg](int n, const float* a, const float*, float* y) { tg(n, a, y); }, {-30, 30});
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "LGamma", "s", l, l, l);
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "TGamma", "s", t, t, t);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc > 1 && std::strcmp(argv[1], "--cost_figures") == 0) {
+        print_cost_figures();
+        return 0;
+    }
+    register_all();
+    return qlm::bench::run_and_compare(argc, argv);
+}

@@ -1,0 +1,175 @@
+// Single Expm1, Sinh, Cosh and Tanh on one plan.
+//
+// Eight elements a turn in two fours, screened before any arithmetic on
+// the magnitude (Expm1 below 88.72283935546875, where e^x leaves the
+// float range; Sinh and Cosh below 89.41598510742188; Tanh finite).  Each
+// four is widened to two double pairs and run through the core of
+// exp_split.h, whose error is far below a float ulp, then rounded once:
+//   Expm1  (scale hi - 1) + scale tail
+//   Sinh   (E + E/(E + 1))/2 with E = e^|x| - 1, and the sign of x
+//   Cosh   e/2 + 1/(2e) with e = e^|x|
+//   Tanh   E/(E + 2) with E = e^(2|x|) - 1, |x| clamped at 10, and the sign
+// The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
+// one rounding to float decides the result: the HA routines.
+//
+// LA and EP run in float (native below), on the single exponential's
+// mantissa routines (HA's table for LA, EP's degree 4 for EP):
+//   Cosh   e/2 + 1/(2e), the reciprocal by division (LA) or RCPPS (EP;
+//          Sinh too)
+//   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
+//          (e - 1/e)/2, whose cancellation is at most coth 1 (coth 1/2)
+//   Tanh   |x| < 1/2: x + x^3 P(x^2), P fitted (five terms, EP three);
+//          above, 1 - 2/(e^(2|x|) + 1), |x| clamped at 9
+// with the sign of x put back.  Their screen is the single exponential's
+// (|x| < 87.3365) for Sinh and Cosh; rejected inputs take the scalar
+// routine above.
+// Scalar routine, from the input: NaN -> x + x; infinities -> the limits
+// (Expm1 -inf -> -1, Cosh -> +inf, Tanh -> +-1); other inputs are clamped
+// to |x| <= 100, run on one lane, and a result that is infinite in float
+// raises OVERFLOW.
+#pragma once
+
+#include <smmintrin.h>
+
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/error_path.h"
+#include "vector/real/exp/exp_single.h"
+#include "vector/real/exp/exp_split.h"
+#include "vector/real/lane_loops.h"
+
+namespace qlm::vector::hyperbolic_single {
+
+enum class function { expm1, sinh, cosh, tanh };
+
+template <function F, int Degree>
+struct kernel {
+    static constexpr const char* name = F == function::expm1 ? "vsExpm1"
+                                        : F == function::sinh ? "vsSinh"
+                                        : F == function::cosh ? "vsCosh"
+                                                              : "vsTanh";
+    static constexpr int32_t threshold = F == function::expm1 ? 0x42B17218
+                                         : F == function::tanh ? 0x7F800000
+                                                               : 0x42B2D4FC;
+
+    static bool screen(__m128 x) {
+        const __m128i mag = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
+        return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(mag, _mm_set1_epi32(threshold)))) == 0xF;
+    }
+    static bool screen_one(__m128 x) { return screen(x); }
+
+    static __m128d pair(__m128d x) {
+        const __m128d one = _mm_set1_pd(1.0), half = _mm_set1_pd(0.5);
+        if constexpr (F == function::expm1) {
+            return exp_split::expm1_of(exp_split::split<Degree>(x));
+        } else if constexpr (F == function::cosh) {
+            const __m128d e = exp_split::exp_of(exp_split::split<Degree>(exp_split::magnitude(x)));
+            return _mm_add_pd(_mm_mul_pd(half, e), _mm_div_pd(half, e));
+        } else if constexpr (F == function::sinh) {
+            const __m128d e = exp_split::expm1_of(exp_split::split<Degree>(exp_split::magnitude(x)));
+            return exp_split::with_sign_of(x, _mm_mul_pd(half, _mm_add_pd(e, _mm_div_pd(e, _mm_add_pd(e, one)))));
+        } else {
+            const __m128d ax = _mm_min_pd(exp_split::magnitude(x), _mm_set1_pd(10.0));
+            const __m128d e = exp_split::expm1_of(exp_split::split<Degree>(_mm_add_pd(ax, ax)));
+            return exp_split::with_sign_of(x, _mm_div_pd(e, _mm_add_pd(e, _mm_set1_pd(2.0))));
+        }
+    }
+
+    static __m128 fast(__m128 x) {
+        const __m128 lo = _mm_cvtpd_ps(pair(_mm_cvtps_pd(x)));
+        const __m128 hi = _mm_cvtpd_ps(pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
+        return _mm_movelh_ps(lo, hi);
+    }
+
+    static void scalar(int32_t i, const float* a, float* y) {
+        const float x = a[i];
+        const uint32_t magnitude = float_to_bits(x) & 0x7FFFFFFFu;
+        if (x != x) {
+            y[i] = x + x;
+        } else if (magnitude == 0x7F800000u) {
+            if constexpr (F == function::cosh) y[i] = -x > x ? -x : x;
+            else if constexpr (F == function::tanh) y[i] = x > 0 ? 1.0f : -1.0f;
+            else if constexpr (F == function::expm1) y[i] = x > 0 ? x : -1.0f;
+            else y[i] = x;
+        } else {
+            const double clamped = x > 100.0f ? 100.0 : x < -100.0f ? -100.0 : static_cast<double>(x);
+            y[i] = _mm_cvtss_f32(_mm_cvtpd_ps(pair(_mm_set1_pd(clamped))));
+            if ((float_to_bits(y[i]) & 0x7FFFFFFFu) == 0x7F800000u)
+                qlm::frame::raise_status(VXM_STATUS_OVERFLOW, i, a, a, y, y, name);
+        }
+    }
+};
+
+// The odd Taylor series of sinh in y^2 = w, with the given number of
+// terms after the first.
+template <int Terms>
+inline __m128 sinh_series(__m128 y, __m128 w) {
+    constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
+    __m128 q = _mm_set1_ps(c[Terms - 1]);
+    for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
+    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), q));
+}
+
+template <function F, bool Enhanced>
+struct native {
+    using wide = kernel<F, 5>;  // rejected inputs
+    using exp_variant = std::conditional_t<Enhanced, exp_single::ep, exp_single::ha>;
+    static constexpr const char* name = wide::name;
+
+    static bool screen(__m128 x) {
+        if constexpr (F == function::tanh) return wide::screen(x);
+        else return exp_single::kernel<exp_variant>::screen(x);
+    }
+    static bool screen_one(__m128 x) { return screen(x); }
+
+    // RCPPS's 12 bits suffice where the reciprocal is a minor term (Cosh,
+    // Sinh above the cut); in Tanh it makes the result, and is divided.
+    static __m128 reciprocal(__m128 v) {
+        if constexpr (Enhanced && F != function::tanh) return _mm_rcp_ps(v);
+        else return _mm_div_ps(_mm_set1_ps(1.0f), v);
+    }
+
+    static __m128 fast(__m128 x) {
+        const __m128 sign = _mm_and_ps(x, _mm_set1_ps(-0.0f));
+        const __m128 y = _mm_andnot_ps(_mm_set1_ps(-0.0f), x), half = _mm_set1_ps(0.5f);
+        if constexpr (F == function::cosh) {
+            const __m128 e = exp_single::kernel<exp_variant>::fast(y);
+            return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
+        } else if constexpr (F == function::sinh) {
+            const __m128 e = exp_single::kernel<exp_variant>::fast(y);
+            const __m128 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
+            const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
+            const __m128 cut = _mm_set1_ps(Enhanced ? 0.5f : 1.0f);
+            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
+        } else {
+            const __m128 c = _mm_min_ps(y, _mm_set1_ps(9.0f));
+            const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
+            const __m128 large = _mm_sub_ps(_mm_set1_ps(1.0f),
+                                            _mm_mul_ps(_mm_set1_ps(2.0f), reciprocal(_mm_add_ps(e, _mm_set1_ps(1.0f)))));
+            // |x| < 1/2: x + x^3 P(x^2), P interpolated at Chebyshev nodes in
+            // x^2 on (0, 1/4]: 2^-26.3 relative with five terms, 2^-17 with three.
+            static constexpr float la[] = {-0.333333343f, 0.133333251f, -0.053959202f, 0.0216649789f,
+                                           -0.00737843243f};
+            static constexpr float ep[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
+            const float* coefficients = Enhanced ? ep : la;
+            constexpr int terms = Enhanced ? 3 : 5;
+            const __m128 w = _mm_mul_ps(c, c);
+            __m128 q = _mm_set1_ps(coefficients[terms - 1]);
+            for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(coefficients[k]), _mm_mul_ps(w, q));
+            const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), q));
+            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
+        }
+    }
+
+    static void scalar(int32_t i, const float* a, float* y) { single_scalar_or_wide<native, wide>(i, a, y); }
+};
+
+}  // namespace qlm::vector::hyperbolic_single
+
+// One slot of a single function, on the routine R.
+#define QLM_HYPERBOLIC_SINGLE_SLOT(Name, slot, R)                                 \
+    extern "C" void qlmk_s##Name##_##slot(int32_t n, const float* a, float* y) { \
+        qlm::frame::kernel_frame frame;                                          \
+        if (n > 0) qlm::vector::run_single_groups<R>(n, a, y);                   \
+    }

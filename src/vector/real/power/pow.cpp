@@ -1,0 +1,219 @@
+// Pow and Powx, double and single, every slot.
+//
+// Method: x^y = exp(y * log x) through the power core (pow_core.h).  The HA
+// and LA slots of both types use the pair core (log as a double pair, y*log x
+// as a pair, exp of the pair), within 0.52 ulp in double: nothing cheaper
+// keeps 4 ulps once y*log x is large, since its absolute error is the
+// result's relative error.  The EP slots use the plain core (more than 40
+// bits in double).  Single routines widen to double and round once.
+//
+// Four elements a turn in two pairs.  The group stays on the wide lane when
+// every x is a positive finite number (positive normal in double) and every
+// y finite (|y| < 2^993 in double, so that its splitting cannot overflow),
+// and when every |y log x| is below 708 (87 in single), so that the result
+// is a normal number; otherwise each element is recomputed through the
+// per-element step:
+//   y = 0 or x = 1: 1, also for NaN; other NaN: NaN
+//   |y| = inf: 1 for |x| = 1, else +inf or +0 by whether |x| < 1 and y < 0 agree
+//   x = ±0, y < 0: ±inf (sign kept for odd integer y), VXM_STATUS_SING
+//   x = ±0, y > 0: ±0 likewise; x = ±inf: inf or 0 with the odd-integer sign
+//   x < 0: y not an integer gives NaN with VXM_STATUS_ERRDOM, else ±|x|^y
+//   a finite result too large for the type: inf, VXM_STATUS_OVERFLOW
+//   results below the normal range underflow gradually without a status.
+// Powx takes its exponent as a scalar; an element that raises a status is
+// reported with the base vector in both argument places.
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "frame/error_path.h"
+#include "frame/kernel_frame.h"
+#include "frame/kernel_tables.h"
+#include "vector/real/power/group_loop.h"
+#include "vector/real/power/pow_core.h"
+
+namespace {
+
+using namespace qlm::lanes;
+namespace pw = qlm::power;
+using qlm::frame::kernel_frame;
+
+enum class core { pair, plain };
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+// 0: not an integer, 1: odd integer, 2: even integer (y finite).
+inline int integer_kind(double y) {
+    if (!(abs(y) < 0x1p53)) return 2;
+    const double t = std::trunc(y);
+    if (t != y) return 0;
+    return (static_cast<int64_t>(t) & 1) ? 1 : 2;
+}
+
+// |x|^y for x positive and finite, any finite y, on one element.
+template <core Core>
+inline double positive_power(double x, double y) {
+    if constexpr (Core == core::pair) {
+        double lh, ll, th, tl;
+        pw::log_pair_any(x, lh, ll);
+        const double t = y * lh;
+        if (!(abs(t) < 800.0)) return pw::exp_pair_any(t, 0.0);  // certain overflow or underflow
+        pw::scale_pair(y, 0.0, lh, ll, th, tl);
+        return pw::exp_pair_any(th, tl);
+    } else {
+        const double l = x < 0x1p-1022 ? pw::log_plain(x * 0x1p64) - 64 * 0x1.62e42fefa39efp-1
+                                       : pw::log_plain(x);
+        const double t = y * l;
+        return abs(t) < 708.0 ? pw::exp_plain(t) : pw::exp_pair_any(t, 0.0);
+    }
+}
+
+// The per-element step in double; the status, if any, in `status`.
+template <core Core>
+double pow_special(double x, double y, int32_t& status) {
+    if (y == 0.0 || x == 1.0) return 1.0;
+    if (x != x || y != y) return x + y;
+    const double ax = abs(x);
+    if (abs(y) == kInf) {
+        if (ax == 1.0) return 1.0;
+        return (ax < 1.0) == (y < 0.0) ? kInf : 0.0;
+    }
+    const int kind = integer_kind(y);
+    if (x == 0.0) {
+        if (y < 0.0) {
+            status = VXM_STATUS_SING;
+            return kind == 1 ? std::copysign(kInf, x) : kInf;
+        }
+        return kind == 1 ? x : 0.0;
+    }
+    if (ax == kInf) {
+        const double v = y < 0.0 ? 0.0 : kInf;
+        return x < 0.0 && kind == 1 ? -v : v;
+    }
+    if (x < 0.0 && kind == 0) {
+        status = VXM_STATUS_ERRDOM;
+        return from_bits(static_cast<int64_t>(0xFFF8000000000000));
+    }
+    const double v = positive_power<Core>(ax, y);
+    return x < 0.0 && kind == 1 ? -v : v;
+}
+
+template <core Core, typename V>
+inline V pow_lane(V x, V y, V& th) {
+    if constexpr (Core == core::pair) {
+        V lh, ll, tl;
+        pw::log_pair(x, lh, ll);
+        pw::scale_pair(y, splat<V>(0.0), lh, ll, th, tl);
+        return pw::exp_pair(th, tl);
+    } else {
+        th = y * pw::log_plain(x);
+        return pw::exp_plain(th);
+    }
+}
+
+// The wide lane's domain, one element.
+inline bool in_window(double x, double y) {
+    const uint32_t hx = static_cast<uint32_t>(bits(x) >> 32);
+    return (hx - 0x00100000u < 0x7FE00000u) & (high_word(y) < 0x7E000000u);
+}
+inline bool in_window(float x, float y) {
+    return (std::bit_cast<uint32_t>(x) - 1u < 0x7F7FFFFFu) & (abs_bits(y) < 0x7F800000u);
+}
+template <typename T> constexpr double kExponentLimit = sizeof(T) == 8 ? 708.0 : 87.0;
+
+// b_at(i) gives the exponent of element i: b[i] for Pow, the scalar for Powx.
+template <core Core, typename T, typename Exponent>
+void pow_kernel(int32_t n, const T* a, const T* b2, Exponent b_at, T* y, const char* name) {
+    auto element = [&](int32_t i) {
+        const T x = a[i], e = b_at(i);
+        if (in_window(x, e)) {
+            double th;
+            const double v = pow_lane<Core>(static_cast<double>(x), static_cast<double>(e), th);
+            if (abs(th) < kExponentLimit<T>) {
+                y[i] = static_cast<T>(v);
+                return;
+            }
+        }
+        int32_t status = 0;
+        const T r = static_cast<T>(pow_special<Core>(x, e, status));
+        if (status == 0 && std::isinf(r) && std::isfinite(x) && std::isfinite(e))
+            status = VXM_STATUS_OVERFLOW;
+        y[i] = r;
+        if (status != 0) qlm::frame::raise_status(status, i, a, b2, y, y, name);
+    };
+    auto fast = [&](int32_t i) {
+        if (!(in_window(a[i], b_at(i)) & in_window(a[i + 1], b_at(i + 1)) &
+              in_window(a[i + 2], b_at(i + 2)) & in_window(a[i + 3], b_at(i + 3))))
+            return false;
+        v2df x0, x1, e0, e1, t0, t1;
+        load_pairs(a + i, x0, x1);
+        const T e[4] = {b_at(i), b_at(i + 1), b_at(i + 2), b_at(i + 3)};
+        load_pairs(e, e0, e1);
+        const v2df r0 = pow_lane<Core>(x0, e0, t0), r1 = pow_lane<Core>(x1, e1, t1);
+        const v2di ok = (abs(t0) < kExponentLimit<T>) & (abs(t1) < kExponentLimit<T>);
+        if (!(ok[0] & ok[1])) return false;
+        store_pairs(y + i, r0, r1);
+        return true;
+    };
+    run_groups<4>(n, fast, element);
+}
+
+template <core Core, typename T>
+void pow_vectors(int32_t n, const T* a, const T* b, T* y, const char* name) {
+    pow_kernel<Core>(n, a, b, [b](int32_t i) { return b[i]; }, y, name);
+}
+template <core Core, typename T>
+void pow_scalar(int32_t n, const T* a, T b, T* y, const char* name) {
+    pow_kernel<Core>(n, a, a, [b](int32_t) { return b; }, y, name);
+}
+
+}  // namespace
+
+extern "C" {
+
+void qlmk_dPow_HA(int32_t n, const double* a, const double* b, double* y) {
+    kernel_frame frame;
+    if (n > 0) pow_vectors<core::pair>(n, a, b, y, "vdPow");
+}
+// LA shares the pair core with HA: see the file comment.
+void qlmk_dPow_LA(int32_t n, const double* a, const double* b, double* y) {
+    kernel_frame frame;
+    if (n > 0) pow_vectors<core::pair>(n, a, b, y, "vdPow");
+}
+void qlmk_dPow_EP(int32_t n, const double* a, const double* b, double* y) {
+    kernel_frame frame;
+    if (n > 0) pow_vectors<core::plain>(n, a, b, y, "vdPow");
+}
+void qlmk_dPowx_HA(int32_t n, const double* a, double b, double* y) {
+    kernel_frame frame;
+    if (n > 0) pow_scalar<core::pair>(n, a, b, y, "vdPowx");
+}
+void qlmk_dPowx_LA(int32_t n, const double* a, double b, double* y) {
+    kernel_frame frame;
+    if (n > 0) pow_scalar<core::pair>(n, a, b, y, "vdPowx");
+}
+void qlmk_dPowx_EP(int32_t n, const double* a, double b, double* y) {
+    kernel_frame frame;
+    if (n > 0) pow_scalar<core::plain>(n, a, b, y, "vdPowx");
+}
+
+// Single LA and HA share one routine; both run under the x87 control value
+// 0x200 that the single Pow and Powx routines of those slots keep.
+void qlmk_sPow_LA(int32_t n, const float* a, const float* b, float* y) {
+    kernel_frame frame(qlm::frame::kRoundNearest, qlm::frame::kX87Double);
+    if (n > 0) pow_vectors<core::pair>(n, a, b, y, "vsPow");
+}
+void qlmk_sPow_EP(int32_t n, const float* a, const float* b, float* y) {
+    kernel_frame frame;
+    if (n > 0) pow_vectors<core::plain>(n, a, b, y, "vsPow");
+}
+void qlmk_sPowx_LA(int32_t n, const float* a, float b, float* y) {
+    kernel_frame frame(qlm::frame::kRoundNearest, qlm::frame::kX87Double);
+    if (n > 0) pow_scalar<core::pair>(n, a, b, y, "vsPowx");
+}
+void qlmk_sPowx_EP(int32_t n, const float* a, float b, float* y) {
+    kernel_frame frame;
+    if (n > 0) pow_scalar<core::plain>(n, a, b, y, "vsPowx");
+}
+
+}  // extern "C"

@@ -1,0 +1,73 @@
+// Double Tan in all slots.
+//
+// HA, under the x87 control value 0x300: four elements a turn in two pairs,
+// screened |x| < 90112 like the sine (high word below 0x40F60000), the table
+// method of tan_core.h (sine and cosine as pairs, corrected quotient), within
+// 0.51 ulp; a failing group goes element by element, the failing elements to
+// the x87 evaluator of tan_core.h (pi/32 reduction, exact for every size,
+// 64-bit addition formulas and quotient), within 0.51 ulp.
+// LA and EP: eight elements a turn, the polynomial method by pi/2
+// of tan_core.h under the x87 control value 0x200; lanes at or above 2^24 are
+// redone by the HA evaluator one at a time.  NaN gives NaN quietly; an
+// infinity gives NaN with VXM_STATUS_ERRDOM.  Tan of ±0 keeps the sign.
+#include <cstdint>
+
+#include "frame/error_path.h"
+#include "frame/kernel_frame.h"
+#include "frame/kernel_tables.h"
+#include "vector/real/power/group_loop.h"
+#include "vector/real/trig/tan_core.h"
+
+namespace {
+
+using namespace qlm::lanes;
+using qlm::frame::kernel_frame;
+using qlm::frame::kRoundNearest;
+namespace trig = qlm::trig;
+
+inline void tan_element(int32_t i, const double* a, double* y) {
+    const double x = a[i];
+    if (!(abs(x) <= 0x1.fffffffffffffp1023)) {
+        y[i] = x - x;
+        if (x == x) qlm::frame::raise_status_d(VXM_STATUS_ERRDOM, i, a, a, y, y, "vdTan");
+        return;
+    }
+    y[i] = trig::tan_evaluate(x);
+}
+
+template <trig::tan_poly Poly>
+void tan_poly_kernel(int32_t n, const double* a, double* y) {
+    run_eights_redo(
+        n, a, trig::kPolyLimit, [&](int32_t i, auto x) { put(y + i, trig::tan_by_poly<Poly>(x)); },
+        [&](int32_t i) { tan_element(i, a, y); });
+}
+
+}  // namespace
+
+extern "C" {
+
+void qlmk_dTan_HA(int32_t n, const double* a, double* y) {
+    kernel_frame frame(kRoundNearest, qlm::frame::kX87Extended);
+    if (n <= 0) return;
+    auto element = [&](int32_t i) {
+        if (high_word(a[i]) < trig::kSinScreenHigh) y[i] = trig::tan_by_table(a[i]);
+        else tan_element(i, a, y);
+    };
+    auto fast = [&](int32_t i) {
+        if (!all_below<4>(a + i, trig::kSinScreenHigh)) return false;
+        store2(y + i, trig::tan_by_table(load2(a + i)));
+        store2(y + i + 2, trig::tan_by_table(load2(a + i + 2)));
+        return true;
+    };
+    run_groups<4>(n, fast, element);
+}
+void qlmk_dTan_LA(int32_t n, const double* a, double* y) {
+    kernel_frame frame(kRoundNearest, qlm::frame::kX87Double);
+    if (n > 0) tan_poly_kernel<trig::tan_poly::la>(n, a, y);
+}
+void qlmk_dTan_EP(int32_t n, const double* a, double* y) {
+    kernel_frame frame(kRoundNearest, qlm::frame::kX87Double);
+    if (n > 0) tan_poly_kernel<trig::tan_poly::ep>(n, a, y);
+}
+
+}  // extern "C"

@@ -1,0 +1,151 @@
+// ErfInv, ErfcInv and CdfNormInv in both types: accuracy of every slot
+// against MPFR, from the centre to the least denormal argument, and the
+// statuses at the poles and outside the domain.
+//
+// MPFR has no inverse error function: the reference solves erf(x) = y
+// (erfc(x) = z, erfc(-x/sqrt 2)/2 = p) by Newton's iteration at 256 bits,
+// started from the double HA result and run until the step is below 2^-200
+// of x, so that the fixed point, not the start, decides the value.
+#include <cfloat>
+#include <cmath>
+
+#include "vector/special/slot_accuracy.h"
+
+namespace {
+
+using namespace qlm::test;
+
+enum class inverse_of { erf, erfc, cdfnorm };
+
+void forward(mpfr_ptr f, mpfr_ptr df, mpfr_srcptr x, inverse_of kind) {
+    mpfr_t t, c;
+    mpfr_inits2(320, t, c, (mpfr_ptr)nullptr);
+    mpfr_const_pi(c, MPFR_RNDN);
+    mpfr_sqrt(c, c, MPFR_RNDN);  // sqrt(pi)
+    if (kind == inverse_of::cdfnorm) {
+        mpfr_sqrt_ui(t, 2, MPFR_RNDN);
+        mpfr_div(t, x, t, MPFR_RNDN);  // u = x/sqrt 2
+        mpfr_neg(t, t, MPFR_RNDN);
+        mpfr_erfc(f, t, MPFR_RNDN);
+        mpfr_div_2ui(f, f, 1, MPFR_RNDN);
+        mpfr_sqr(t, t, MPFR_RNDN);  // density e^(-u^2)/sqrt(2 pi), u^2 = x^2/2
+        mpfr_neg(t, t, MPFR_RNDN);
+        mpfr_exp(df, t, MPFR_RNDN);
+        mpfr_const_pi(c, MPFR_RNDN);
+        mpfr_mul_2ui(c, c, 1, MPFR_RNDN);
+        mpfr_sqrt(c, c, MPFR_RNDN);
+        mpfr_div(df, df, c, MPFR_RNDN);
+    } else {
+        if (kind == inverse_of::erf) mpfr_erf(f, x, MPFR_RNDN);
+        else mpfr_erfc(f, x, MPFR_RNDN);
+        mpfr_sqr(t, x, MPFR_RNDN);
+        mpfr_neg(t, t, MPFR_RNDN);
+        mpfr_exp(df, t, MPFR_RNDN);
+        mpfr_mul_2ui(df, df, 1, MPFR_RNDN);
+        mpfr_div(df, df, c, MPFR_RNDN);
+        if (kind == inverse_of::erfc) mpfr_neg(df, df, MPFR_RNDN);
+    }
+    mpfr_clears(t, c, (mpfr_ptr)nullptr);
+}
+
+template <inverse_of Kind>
+int exact_inverse(mpfr_ptr r, mpfr_srcptr y, mpfr_rnd_t) {
+    const double yd = mpfr_get_d(y, MPFR_RNDN);
+    double start;
+    if (Kind == inverse_of::erf) _vxmdErfInv(1, &yd, &start);
+    else if (Kind == inverse_of::erfc) _vxmdErfcInv(1, &yd, &start);
+    else _vxmdCdfNormInv(1, &yd, &start);
+    mpfr_t x, f, df, step;
+    mpfr_inits2(320, x, f, df, step, (mpfr_ptr)nullptr);
+    mpfr_set_d(x, start, MPFR_RNDN);
+    for (int i = 0; i < 60 && std::isfinite(start) && start != 0; ++i) {
+        forward(f, df, x, Kind);
+        mpfr_sub(f, f, y, MPFR_RNDN);
+        mpfr_div(step, f, df, MPFR_RNDN);
+        mpfr_sub(x, x, step, MPFR_RNDN);
+        if (mpfr_zero_p(step) || mpfr_get_exp(step) < mpfr_get_exp(x) - 200) break;
+    }
+    mpfr_set(r, x, MPFR_RNDN);
+    mpfr_clears(x, f, df, step, (mpfr_ptr)nullptr);
+    return 0;
+}
+
+template <typename T>
+constexpr int min_exp = sizeof(T) == 8 ? -1074 : -149;
+
+template <typename T>
+std::vector<T> erfinv_inputs(uint32_t seed) {
+    auto near_one = exponent_samples<T>(sizeof(T) == 8 ? -53 : -24, -1, 400, seed);
+    for (T& x : near_one) x = std::copysign(T(1) - std::fabs(x), x);
+    return concat<T>({uniform_samples<T>(-1, 1, 600, seed + 1), near_one, exponent_samples<T>(min_exp<T>, -1, 300, seed + 2)});
+}
+
+template <typename T>
+std::vector<T> erfcinv_inputs(uint32_t seed) {
+    auto upper = exponent_samples<T>(min_exp<T>, -1, 300, seed, false);
+    for (T& x : upper) x = T(2) - x;
+    return concat<T>({uniform_samples<T>(0, 2, 600, seed + 1), exponent_samples<T>(min_exp<T>, 0, 400, seed + 2, false), upper});
+}
+
+template <typename T>
+std::vector<T> cdfnorminv_inputs(uint32_t seed) {
+    auto upper = exponent_samples<T>(sizeof(T) == 8 ? -53 : -24, -1, 300, seed, false);
+    for (T& x : upper) x = T(1) - x;
+    return concat<T>({uniform_samples<T>(0, 1, 600, seed + 1), exponent_samples<T>(min_exp<T>, -1, 450, seed + 2, false), upper});
+}
+
+TEST(InverseErrorFunctions, EverySlotWithinItsClass) {
+    expect_unary_classes<double>("dErfInv", qlm_vxm_kernel_dErfInv_ttab, erfinv_inputs<double>(61), exact_inverse<inverse_of::erf>);
+    expect_unary_classes<double>("dErfcInv", qlm_vxm_kernel_dErfcInv_ttab, erfcinv_inputs<double>(62), exact_inverse<inverse_of::erfc>);
+    expect_unary_classes<double>("dCdfNormInv", qlm_vxm_kernel_dCdfNormInv_ttab, cdfnorminv_inputs<double>(63),
+                                 exact_inverse<inverse_of::cdfnorm>);
+    expect_unary_classes<float>("sErfInv", qlm_vxm_kernel_sErfInv_ttab, erfinv_inputs<float>(64), exact_inverse<inverse_of::erf>);
+    expect_unary_classes<float>("sErfcInv", qlm_vxm_kernel_sErfcInv_ttab, erfcinv_inputs<float>(65), exact_inverse<inverse_of::erfc>);
+    expect_unary_classes<float>("sCdfNormInv", qlm_vxm_kernel_sCdfNormInv_ttab, cdfnorminv_inputs<float>(66),
+                                exact_inverse<inverse_of::cdfnorm>);
+}
+
+TEST(InverseErrorFunctions, PolesDomainAndDeepTail) {
+    for (int slot = 0; slot < 3; ++slot) {
+        int32_t status;
+        auto y = run<double>(qlm_vxm_kernel_dCdfNormInv_ttab[slot], {1e-300, 0.5, 0x1p-1074, NAN}, &status);
+        EXPECT_NEAR(y[0], -37.0470962993612, 1e-9);  // the MPFR Newton solution
+        EXPECT_EQ(y[1], 0.0);
+        EXPECT_NEAR(y[2], -38.467405617144, 1e-9);
+        EXPECT_TRUE(std::isnan(y[3]));
+        EXPECT_EQ(status, 0);
+        y = run<double>(qlm_vxm_kernel_dCdfNormInv_ttab[slot], {0.0, 1.0}, &status);
+        EXPECT_EQ(y[0], -INFINITY);
+        EXPECT_EQ(y[1], INFINITY);
+        EXPECT_EQ(status, VXM_STATUS_SING);
+        y = run<double>(qlm_vxm_kernel_dCdfNormInv_ttab[slot], {1.5, 0.5}, &status);
+        EXPECT_TRUE(std::isnan(y[0]));
+        EXPECT_EQ(status, VXM_STATUS_ERRDOM);
+
+        y = run<double>(qlm_vxm_kernel_dErfInv_ttab[slot], {1.0, -1.0, 0.5}, &status);
+        EXPECT_EQ(y[0], INFINITY);
+        EXPECT_EQ(y[1], -INFINITY);
+        EXPECT_NEAR(y[2], 0.4769362762044699, 1e-9);
+        EXPECT_EQ(status, VXM_STATUS_SING);
+        y = run<double>(qlm_vxm_kernel_dErfInv_ttab[slot], {1.5, -0.0}, &status);
+        EXPECT_TRUE(std::isnan(y[0]));
+        EXPECT_TRUE(y[1] == 0 && std::signbit(y[1]));
+        EXPECT_EQ(status, VXM_STATUS_ERRDOM);
+
+        y = run<double>(qlm_vxm_kernel_dErfcInv_ttab[slot], {0.0, 2.0, 1.0}, &status);
+        EXPECT_EQ(y[0], INFINITY);
+        EXPECT_EQ(y[1], -INFINITY);
+        EXPECT_EQ(y[2], 0.0);
+        EXPECT_EQ(status, VXM_STATUS_SING);
+        y = run<double>(qlm_vxm_kernel_dErfcInv_ttab[slot], {-0.5, 2.5}, &status);
+        EXPECT_TRUE(std::isnan(y[0]) && std::isnan(y[1]));
+        EXPECT_EQ(status, VXM_STATUS_ERRDOM);
+
+        auto yf = run<float>(qlm_vxm_kernel_sCdfNormInv_ttab[slot], {0.0f, 1e-30f}, &status);
+        EXPECT_EQ(yf[0], -INFINITY);
+        EXPECT_NEAR(yf[1], -11.464024f, 1e-4f);
+        EXPECT_EQ(status, VXM_STATUS_SING);
+    }
+}
+
+}  // namespace
