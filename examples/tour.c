@@ -3,6 +3,7 @@
 #include <stdio.h>
 
 #include "qlm/qlm_vxm.h"
+#include "qlm/qlm_vxs.h"
 
 static void tour_mode_word(void) {
     printf("== per-thread mode word\n");
@@ -13,24 +14,81 @@ static void tour_mode_word(void) {
     _vxmSetMode(old);
 }
 
-static void tour_vector_add(void) {
-    double a[10], b[10], y[10];
-    float fa[40], fb[40], fy[40];
-    for (int i = 0; i < 10; ++i) { a[i] = i; b[i] = 0.5 * i; }
-    for (int i = 0; i < 40; ++i) { fa[i] = (float)i; fb[i] = 1.0f / (i + 1); }
-    printf("== vector arithmetic\n");
-    _vxmdAdd(10, a, b, y);
-    printf("vdAdd  y[0..9]  =");
-    for (int i = 0; i < 10; ++i) printf(" %g", y[i]);
+static void print_vector(const char* label, int n, const double* y) {
+    printf("%-28s", label);
+    for (int i = 0; i < n; ++i) printf(" %.10g", y[i]);
     printf("\n");
-    _vxmsAdd_21(40, fa, fb, fy);
-    printf("vsAdd  y[39]    = %.7g  (39 + 1/40)\n", fy[39]);
-    printf("cost per element of vdAdd: %.2f, vsAdd: %.2f\n", qlm_vxm_kernel_dAdd_ctab[1],
-           qlm_vxm_kernel_sAdd_ctab[1]);
+}
+
+static int32_t report_special(qlm_vxm_error_record* r) {
+    printf("  callback: %s element %d, status %d, arg %g, result %g\n", r->name, r->index, r->status,
+           r->arg1, r->res1);
+    return 0;
+}
+
+static void tour_vector_arithmetic(void) {
+    double a[8] = {0.5, 1.5, 2.5, -2.5, -0.3, 3.75, 10, 1e-3}, b[8] = {2, 4, 8, 16, 32, 64, 128, 256}, y[8], z[8];
+    printf("== vector arithmetic and rounding\n");
+    _vxmdAdd(8, a, b, y);
+    print_vector("vdAdd(a, b)", 8, y);
+    _vxmdDiv_50(8, a, b, y);
+    print_vector("vdDiv LA(a, b)", 8, y);
+    _vxmdRound(8, a, y);
+    print_vector("vdRound(a)  (ties away)", 8, y);
+    _vxmdModf(8, a, y, z);
+    print_vector("vdModf(a) integral", 8, y);
+    print_vector("vdModf(a) fraction", 8, z);
+    int32_t index[3] = {7, 0, 3};
+    _vxmdPackV(3, a, index, y);
+    print_vector("vdPackV(a, {7, 0, 3})", 3, y);
+    printf("cost per element of vdAdd: %.2f, vdDiv HA: %.2f\n", qlm_vxm_kernel_dAdd_ctab[1],
+           qlm_vxm_kernel_dDiv_ctab[1]);
+}
+
+static void tour_vector_transcendental(void) {
+    double x[6] = {-1, 0, 0.5, 1, 709.78, 1e300}, y[6], c[6];
+    printf("== elementary and special functions (HA unless named)\n");
+    _vxmdExp(6, x, y);
+    print_vector("vdExp", 6, y);
+    _vxmdLn(6, x, y);
+    print_vector("vdLn (status stays)", 6, y);
+    printf("  last status: %d\n", _vxmClearErrStatus());
+    _vxmdSinCos(6, x, y, c);
+    print_vector("vdSinCos sine", 6, y);
+    _vxmdPow(6, x, x, y);
+    print_vector("vdPow(x, x)", 6, y);
+    _vxmdErf_26(6, x, y);
+    print_vector("vdErf EP", 6, y);
+    _vxmdCdfNormInv(6, x, y);
+    print_vector("vdCdfNormInv", 6, y);
+    qlm_vxm_error_callback old = _vxmSetErrorCallBack(report_special);
+    _vxmdLn(6, x, y);
+    _vxmSetErrorCallBack(old);
+    _vxmClearErrStatus();
+}
+
+static void tour_random(void) {
+    void* stream = NULL;
+    double u[5], g[5];
+    uint32_t seed[6] = {12345, 12345, 12345, 12345, 12345, 12345};
+    printf("== random streams and distributions\n");
+    __vxsNewStreamEx(&stream, VXS_BRNG_MRG32K3A, 6, seed);
+    _vxsdRngUniform(0, stream, 5, u, 0.0, 1.0);
+    print_vector("MRG32K3A uniforms", 5, u);
+    __vxsDeleteStream(&stream);
+    uint32_t one = 1, words[4];
+    __vxsNewStreamEx(&stream, VXS_BRNG_MT19937, 1, &one);
+    _vxsiRngUniformBits32(0, stream, 4, words);
+    printf("%-28s %08x %08x %08x %08x\n", "MT19937 words, key {1}", words[0], words[1], words[2], words[3]);
+    _vxsdRngGaussian(VXS_RNG_METHOD_GAUSSIAN_BOXMULLER2, stream, 5, g, 0.0, 1.0);
+    print_vector("Gaussian, Box-Muller pairs", 5, g);
+    __vxsDeleteStream(&stream);
 }
 
 int main(void) {
     tour_mode_word();
-    tour_vector_add();
+    tour_vector_arithmetic();
+    tour_vector_transcendental();
+    tour_random();
     return 0;
 }
