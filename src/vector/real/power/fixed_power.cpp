@@ -100,83 +100,83 @@ struct pow3o2_spec {
 };
 
 // The wide lane's domain, one element.
-template <typename Spec>
+template <typename Exponent>
 inline bool in_window(double x) {
-    if constexpr (Spec::kind == parity::positive)  // the result stays normal: 2^-680 < x < 2^681
+    if constexpr (Exponent::kind == parity::positive)  // the result stays normal: 2^-680 < x < 2^681
         return static_cast<uint32_t>(bits(x) >> 32) - 0x15700000u < 0x55000000u;
     else return high_word(x) - 0x00100000u < 0x7FE00000u;
 }
-template <typename Spec>
+template <typename Exponent>
 inline bool in_window(float x) {
     const uint32_t u = std::bit_cast<uint32_t>(x);
-    if constexpr (Spec::kind == parity::positive) return u - 1u < 0x6A000000u - 1u;  // below 2^85
+    if constexpr (Exponent::kind == parity::positive) return u - 1u < 0x6A000000u - 1u;  // below 2^85
     else return abs_bits(x) - 1u < 0x7F7FFFFFu;
 }
 
-template <typename Spec, method Method, typename V>
+template <typename Exponent, method Method, typename V>
 inline V power_lane(V x) {
     const V ax = abs(x);
     V v;
     if constexpr (Method == method::pair) {
         V lh, ll, th, tl;
         pw::log_pair(ax, lh, ll);
-        pw::scale_pair(splat<V>(Spec::hi), splat<V>(Spec::lo), lh, ll, th, tl);
+        pw::scale_pair(splat<V>(Exponent::hi), splat<V>(Exponent::lo), lh, ll, th, tl);
         v = pw::exp_pair(th, tl);
     } else if constexpr (Method == method::plain) {
-        v = pw::exp_plain(pw::log_plain(ax) * (Spec::hi + Spec::lo));
+        v = pw::exp_plain(pw::log_plain(ax) * (Exponent::hi + Exponent::lo));
     } else {
-        v = Spec::template direct<V>(ax);
+        v = Exponent::template direct<V>(ax);
     }
-    if constexpr (Spec::kind == parity::odd) v = from_bits(bits(v) | (bits(x) & INT64_MIN));
+    if constexpr (Exponent::kind == parity::odd) v = from_bits(bits(v) | (bits(x) & INT64_MIN));
     return v;
 }
 
-template <typename Spec>
+template <typename Exponent>
 double power_special(double x, int32_t& status) {
     if (x != x) return x + x;
-    if (Spec::kind == parity::positive && x < 0.0) {
+    if (Exponent::kind == parity::positive && x < 0.0) {
         status = VXM_STATUS_ERRDOM;
         return from_bits(static_cast<int64_t>(0xFFF8000000000000));
     }
-    const bool odd = Spec::kind == parity::odd;
+    const bool odd = Exponent::kind == parity::odd;
     const double ax = abs(x);
     if (ax == 0.0) {
-        if (!Spec::pole) return odd ? x : 0.0;
+        if (!Exponent::pole) return odd ? x : 0.0;
         status = VXM_STATUS_SING;
         return odd ? std::copysign(kInf, x) : kInf;
     }
     if (ax == kInf) {
-        const double v = Spec::hi > 0 ? kInf : 0.0;
+        const double v = Exponent::hi > 0 ? kInf : 0.0;
         return odd ? std::copysign(v, x) : v;
     }
     double lh, ll, th, tl;
     pw::log_pair_any(ax, lh, ll);
-    pw::scale_pair(Spec::hi, Spec::lo, lh, ll, th, tl);
+    pw::scale_pair(Exponent::hi, Exponent::lo, lh, ll, th, tl);
     const double v = pw::exp_pair_any(th, tl);
     return odd ? std::copysign(v, x) : v;
 }
 
-template <typename Spec, method Method, typename T>
+template <typename Exponent, method Method, typename T>
 void power_kernel(int32_t n, const T* a, T* y, const char* name) {
     auto element = [&](int32_t i) {
         const T x = a[i];
-        if (in_window<Spec>(x)) {
-            y[i] = static_cast<T>(power_lane<Spec, Method>(static_cast<double>(x)));
+        if (in_window<Exponent>(x)) {
+            y[i] = static_cast<T>(power_lane<Exponent, Method>(static_cast<double>(x)));
             return;
         }
         int32_t status = 0;
-        const T r = static_cast<T>(power_special<Spec>(x, status));
+        const T r = static_cast<T>(power_special<Exponent>(x, status));
         if (status == 0 && std::isinf(r) && std::isfinite(x)) status = VXM_STATUS_OVERFLOW;
         y[i] = r;
         if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, name);
     };
     auto fast = [&](int32_t i) {
-        if (!(in_window<Spec>(a[i]) & in_window<Spec>(a[i + 1]) & in_window<Spec>(a[i + 2]) &
-              in_window<Spec>(a[i + 3])))
+        if (!(in_window<Exponent>(a[i]) & in_window<Exponent>(a[i + 1]) & in_window<Exponent>(a[i + 2]) &
+              in_window<Exponent>(a[i + 3])))
             return false;
         v2df x0, x1;
         load_pairs(a + i, x0, x1);
-        store_pairs(y + i, power_lane<Spec, Method>(x0), power_lane<Spec, Method>(x1));
+        store_pairs(y + i, power_lane<Exponent, Method>(x0), power_lane<Exponent, Method>(x1));
         return true;
     };
     run_groups<4>(n, fast, element);
