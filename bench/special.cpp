@@ -250,15 +250,21 @@ void register_all() {
     register_single("sAtan2_glibc_scalar", a2, a2, [](int n, const float* a, const float* b, float* y) {
         for (int i = 0; i < n; ++i) y[i] = atan2f(a[i], b[i]);
     });
-    // Single LGamma and TGamma (the double routines are not in this tier yet).
+    // LGamma and TGamma, one routine in all three slots.
     const domain g{-30, 30};
+    register_double("dLGamma_HA", g, g, [](int n, const double* a, const double*, double* y) { _vxmdLGamma(n, a, y); });
+    register_double("dTGamma_HA", g, g, [](int n, const double* a, const double*, double* y) { _vxmdTGamma(n, a, y); });
+    register_double("dLGamma_sleef_u10", g, g, QLM_PAIRS(Sleef_lgammad2_u10sse4));
+    register_double("dTGamma_sleef_u10", g, g, QLM_PAIRS(Sleef_tgammad2_u10sse4));
+    register_double("dLGamma_glibc_scalar", g, g, scalar_loop<std::lgamma>);
+    register_double("dTGamma_glibc_scalar", g, g, scalar_loop<std::tgamma>);
     register_single("sLGamma_HA", g, g, [](int n, const float* a, const float*, float* y) { _vxmsLGamma(n, a, y); });
     register_single("sTGamma_HA", g, g, [](int n, const float* a, const float*, float* y) { _vxmsTGamma(n, a, y); });
     register_single("sLGamma_sleef_u10", g, g, QLM_QUADS(Sleef_lgammaf4_u10sse4));
     register_single("sTGamma_sleef_u10", g, g, QLM_QUADS(Sleef_tgammaf4_u10sse4));
     register_single("sLGamma_glibc_scalar", g, g, scalar_loop_f<lgammaf>);
     register_single("sTGamma_glibc_scalar", g, g, scalar_loop_f<tgammaf>);
-    for (const char* f : {"sLGamma", "sTGamma"}) {
+    for (const char* f : {"dLGamma", "dTGamma", "sLGamma", "sTGamma"}) {
         compare(std::string(f) + "_HA", std::string(f) + "_sleef_u10");
         compare(std::string(f) + "_HA", std::string(f) + "_glibc_scalar");
     }
@@ -330,7 +336,13 @@ void print_cost_figures() {
     }
     std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "Atan2", "d", dc[0], dc[1], dc[2]);
     std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "Atan2", "s", sc[0], sc[1], sc[2]);
-    // Single only: one routine in all three slots.
+    // LGamma and TGamma: one routine in all three slots.
+    auto dlg = qlm_vxm_kernel_dLGamma_ttab[1];
+    auto dtg = qlm_vxm_kernel_dTGamma_ttab[1];
+    const double dl = cycles_per_element<double>([dlg](int n, const double* a, const double*, double* y) { dlg(n, a, y); }, {-30, 30});
+    const double dt = cycles_per_element<double>([dtg](int n, const double* a, const double*, double* y) { dtg(n, a, y); }, {-30, 30});
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "LGamma", "d", dl, dl, dl);
+    std::printf("%-10s %-4s %10.2f %10.2f %10.2f\n", "TGamma", "d", dt, dt, dt);
     auto lg = qlm_vxm_kernel_sLGamma_ttab[1];
     auto tg = qlm_vxm_kernel_sTGamma_ttab[1];
     const double l = cycles_per_element<float>([lg](int n, const float* a, const float*, float* y) { lg(n, a, y); }, {-30, 30});

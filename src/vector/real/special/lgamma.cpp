@@ -1,18 +1,22 @@
 // LGamma, log|Gamma(x)|, single, one routine in all three slots, by
 // gamma_core.h in double: about 0.5 ulp, also at the zeros x = 1 and 2.
 // Near the zeros on the negative axis the reflection cancels; double
-// arithmetic covers that down to about 2^-20 of the result.  (The double
-// routine is not part of this tier yet.)
+// arithmetic covers that down to about 2^-20 of the result.
+// Double, one routine in all three slots, by gamma_double_core.h in
+// double-double: about 0.5 ulp, also at the zeros x = 1 and 2; the
+// reflection limits it near the zeros below -2 (see there).
 //
-// This routine leaves the mode and MXCSR alone at entry.
-// Screen: 2^-126 <= x < 2^100.  The scalar routine, first match: NaN gives
+// Both routines leave the mode and MXCSR alone at entry.
+// Screen, single: 2^-126 <= x < 2^100; double: 2^-1022 <= x < 2^1000.  The scalar routine, first match: NaN gives
 // NaN; +-infinity gives +infinity; 0 and the negative integers are poles:
-// +infinity with SING; x above 4.08e36 gives +infinity with OVERFLOW;
+// +infinity with SING; a result beyond the range (x above 4.08e36 in
+// single, 2.55e305 in double) gives +infinity with OVERFLOW;
 // positive denormals give -log x, negative x the reflection.
 #include <cmath>
 
 #include "frame/kernel_tables.h"
 #include "vector/real/special/gamma_core.h"
+#include "vector/real/special/gamma_double_core.h"
 #include "vector/real/special/group_driver.h"
 
 namespace {
@@ -49,6 +53,25 @@ struct lgamma_plan : range_screen<float, 0, 0, 0x00800000u, 0x71800000u - 0x0080
     }
 };
 
+constexpr char kD[] = "vdLGamma";
+
+struct lgamma_plan_d : range_screen<double, 0x00100000u, 0x7E700000u - 0x00100000u, 0, 0, kD> {
+    static double fast(double x) { return gamma_d::log_gamma_positive_dd(x).hi; }
+    static double scalar(double x, int& status) {
+        if (std::isnan(x)) return x + x;
+        if (std::isinf(x)) return INFINITY;
+        if (x == 0 || (x < 0 && std::nearbyint(x) == x)) {
+            status = VXM_STATUS_SING;
+            return INFINITY;
+        }
+        bool negative;
+        const double r = gamma_d::log_abs_gamma_dd(x, &negative).hi;
+        if (std::isinf(r)) status = VXM_STATUS_OVERFLOW;
+        return r;
+    }
+};
+
 }  // namespace
 
 QLM_UNARY_KERNEL_NO_FRAME(qlmk_sLGamma_HA, lgamma_plan)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_dLGamma_HA, lgamma_plan_d)

@@ -1,19 +1,25 @@
 // TGamma, single, one routine in all three slots, by gamma_core.h in
-// double: about 0.5 ulp.  (The double routine is not part of this tier yet.)
+// double: about 0.5 ulp.  Double, one routine in all three slots: e to the
+// double-double log |Gamma(x)| of gamma_double_core.h by exp_parts, within
+// an ulp; the sign of Gamma(x) for negative x is that of sin(pi x).
 //
-// Like LGamma, this routine leaves the mode and MXCSR alone at entry.
-// Screen: 2^-126 <= x < 35, where the result is a normal float.  The scalar
+// Like LGamma, both routines leave the mode and MXCSR alone at entry.
+// Screen, single: 2^-126 <= x < 35, where the result is a normal float;
+// double: 2^-1022 <= x < 171.  The scalar
 // routine, first match: NaN gives NaN; +infinity itself; +-0 gives
 // +-infinity with SING; -infinity gives NaN with ERRDOM; a negative
 // integer gives NaN with SING (the pole's two sides differ in sign); a result
-// beyond the float range gives infinity with OVERFLOW (x >= 35.04, and
-// positive denormals); a nonzero result below the least normal float gives
-// the denormal or zero with UNDERFLOW (negative non-integers below -35).
+// beyond the range gives infinity with OVERFLOW (x >= 35.04 in single,
+// 171.62 in double, and the positive denormals in single, below 5.6e-309
+// in double); a result below the least normal number gives the denormal or
+// zero with UNDERFLOW (negative non-integers below -35 in single, -171 in
+// double).
 #include <cfloat>
 #include <cmath>
 
 #include "frame/kernel_tables.h"
 #include "vector/real/special/gamma_core.h"
+#include "vector/real/special/gamma_double_core.h"
 #include "vector/real/special/group_driver.h"
 
 namespace {
@@ -48,6 +54,59 @@ struct tgamma_plan : range_screen<float, 0, 0, 0x00800000u, 0x420C0000u - 0x0080
     }
 };
 
+double exp_of(dd l) { return exp_finish(exp_parts(l.hi, l.lo)); }
+
+// The same with a denormal result rounded once from m.hi + m.lo: counted
+// in units of 2^-1074, m.hi is below 2^52 and rounds to an integer q
+// exactly, and the remainder (m.hi - q) + m.lo decides the last step.
+double exp_of_rounded_once(dd l) {
+    const exp_result e = exp_parts(l.hi, l.lo);
+    if (e.k >= -1022) return exp_finish(e);
+    const int shift = e.k + 1074;  // 2^k m in units of 2^-1074 is 2^shift m
+    if (shift < -2) return 0.0;    // below a quarter unit
+    const double h = scale_by_power_of_two(e.m.hi, shift), lo = scale_by_power_of_two(e.m.lo, shift);
+    double q = (h + 0x1.8p52) - 0x1.8p52;
+    const double rem = (h - q) + lo;
+    if (rem > 0.5) q += 1.0;
+    else if (rem < -0.5) q -= 1.0;
+    return q * 0x1p-1074;
+}
+
+constexpr char kD[] = "vdTGamma";
+
+struct tgamma_plan_d : range_screen<double, 0x00100000u, 0x40656000u - 0x00100000u, 0, 0, kD> {
+    static double fast(double x) { return exp_of(gamma_d::log_gamma_positive_dd(x)); }
+    static double scalar(double x, int& status) {
+        if (std::isnan(x)) return x + x;
+        if (x == INFINITY) return x;
+        if (x == -INFINITY) {
+            status = VXM_STATUS_ERRDOM;
+            return NAN;
+        }
+        if (x == 0 || (x < 0 && std::nearbyint(x) == x)) {
+            status = VXM_STATUS_SING;
+            return x == 0 ? 1.0 / x : NAN;
+        }
+        if (x > 172.0) {
+            status = VXM_STATUS_OVERFLOW;
+            return INFINITY;
+        }
+        bool negative;
+        double r;
+        if (x < -200.0) {  // |Gamma(x)| below 2^-1200
+            negative = std::fmod(std::floor(x), 2.0) != 0;  // the sign is (-1)^(-floor(x))
+            r = 0.0;
+        } else {
+            r = exp_of_rounded_once(gamma_d::log_abs_gamma_dd(x, &negative));
+        }
+        if (negative) r = -r;
+        if (std::isinf(r)) status = VXM_STATUS_OVERFLOW;
+        else if (std::fabs(r) < DBL_MIN) status = VXM_STATUS_UNDERFLOW;
+        return r;
+    }
+};
+
 }  // namespace
 
 QLM_UNARY_KERNEL_NO_FRAME(qlmk_sTGamma_HA, tgamma_plan)
+QLM_UNARY_KERNEL_NO_FRAME(qlmk_dTGamma_HA, tgamma_plan_d)
