@@ -184,10 +184,10 @@ void power_kernel(int32_t n, const T* a, T* y, const char* name) {
 
 }  // namespace
 
-#define QLM_FIXED_POWER(routine, spec, method_, type, name, x87)                     \
+#define QLM_FIXED_POWER(routine, exponent, method_, type, name, x87)                     \
     extern "C" void routine(int32_t n, const type* a, type* y) {                     \
         kernel_frame frame(qlm::frame::kRoundNearest, x87);                           \
-        if (n > 0) power_kernel<spec, method::method_>(n, a, y, name);               \
+        if (n > 0) power_kernel<exponent, method::method_>(n, a, y, name);               \
     }
 
 using qlm::frame::kX87None;
