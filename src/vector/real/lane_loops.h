@@ -81,12 +81,22 @@ void run_double_groups(int32_t n, const double* a, double* y) {
     }
 }
 
+// The screen of a group of eight: a routine that gives its screen as a
+// lane mask (screen_lanes) is tested with one mask for both fours.
+template <class R>
+inline bool single_group_passes(__m128 x0, __m128 x1) {
+    if constexpr (requires { R::screen_lanes(x0); })
+        return _mm_movemask_ps(_mm_and_ps(R::screen_lanes(x0), R::screen_lanes(x1))) == 0xF;
+    else
+        return R::screen(x0) && R::screen(x1);
+}
+
 template <class R>
 void run_single_groups(int32_t n, const float* a, float* y) {
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        if (R::screen(x0) && R::screen(x1)) {
+        if (single_group_passes<R>(x0, x1)) {
             const __m128 y0 = R::fast(x0), y1 = R::fast(x1);
             _mm_storeu_ps(y + i, y0);
             _mm_storeu_ps(y + i + 4, y1);

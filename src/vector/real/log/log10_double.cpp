@@ -1,10 +1,15 @@
 // Double common logarithm, three slots on the logarithm cores.
 //
-//   HA  fine core as hi + lo (two-sum of the head and r); hi is cut to 26 bits (hh) so that
-//       hh * C1, with C1 = log10 e cut to 26 bits, is exact; the rest,
-//       (hi - hh) C1 + hi C2 + lo log10 e, is added last.  About half an
-//       ulp beyond the core's own error.
-//   LA  fine core, the Ln sum times log10 e.
+// LA and HA scale ln x, from the fine core, by log10 e held as
+// C1 + C2: C1 = 0x3FDBCB7B10000000 has 25 significant bits, C2 =
+// 0x3E349B9438CA9AAE is the rest of log10 e rounded (not of its double
+// rounding, whose 2^-55 error would cost a quarter ulp).  The logarithm's
+// leading part h is cut to 26 bits (hh) so that hh C1 is exact; the rest,
+// (h - hh) C1 + h C2 + (low part) log10 e, is summed first and added last,
+// so the result is rounded once.
+//   LA, HA  h + l is ln x in double-double (fine_double_double): about
+//       0.5 ulp.  The two slots compute the same: no cheaper sum keeps
+//       LA within an ulp, where glibc's vector log10 stands.
 //   EP  coarse core with Taylor degree 3, times log10 e: about 29 bits.
 // Screen and special results as in Ln: +-0 -> -inf with SING, negatives
 // -> NaN with ERRDOM, NaN -> x + x, +inf -> +inf; denormals by the x87
@@ -20,24 +25,27 @@ namespace {
 using namespace qlm::vector;
 
 constexpr uint64_t kLog10e = 0x3FDBCB7B1526E50Eull;
-constexpr uint64_t kLog10eHead = 0x3FDBCB7B10000000ull;  // 26 significant bits
-constexpr uint64_t kHeadMask = 0xFFFFFFFFF8000000ull;
+constexpr uint64_t kLog10eHead = 0x3FDBCB7B10000000ull;  // 25 significant bits
+constexpr uint64_t kLog10eTail = 0x3E349B9438CA9AAEull;  // log10 e - head, rounded
+constexpr uint64_t kHeadMask = 0xFFFFFFFFF8000000ull;    // 26 significant bits
+
+// (h + l) log10 e with h cut for an exact leading product.
+inline __m128d times_log10e(__m128d h, __m128d l) {
+    const __m128d c1 = splat_bits(kLog10eHead);
+    const __m128d hh = _mm_and_pd(h, splat_bits(kHeadMask));
+    const __m128d rest = _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_sub_pd(h, hh), c1), _mm_mul_pd(h, splat_bits(kLog10eTail))),
+                                    _mm_mul_pd(l, splat_bits(kLog10e)));
+    return _mm_add_pd(_mm_mul_pd(hh, c1), rest);
+}
 
 template <int Slot>  // 0 LA, 1 HA, 2 EP
 struct log10_value : log_double::domain_screen {
     static __m128d value(__m128d x) {
-        const __m128d c = splat_bits(kLog10e);
-        if constexpr (Slot == 2) return _mm_mul_pd(log_double::coarse<3, false>(x), c);
+        if constexpr (Slot == 2) return _mm_mul_pd(log_double::coarse<3, false>(x), splat_bits(kLog10e));
         const auto pieces = log_double::fine(x);
-        if constexpr (Slot == 0) return _mm_mul_pd(log_double::fine_sum(pieces), c);
         __m128d hi, lo;
-        log_double::fine_split(pieces, hi, lo);
-        const __m128d c1 = splat_bits(kLog10eHead);
-        const __m128d c2 = _mm_sub_pd(c, c1);  // exact
-        const __m128d hh = _mm_and_pd(hi, splat_bits(kHeadMask));
-        const __m128d rest = _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_sub_pd(hi, hh), c1), _mm_mul_pd(hi, c2)),
-                                        _mm_mul_pd(lo, c));
-        return _mm_add_pd(_mm_mul_pd(hh, c1), rest);
+        log_double::fine_double_double(pieces, hi, lo);
+        return times_log10e(hi, lo);
     }
     static bool special(int32_t i, const double* a, double* y) {
         const double x = a[i];

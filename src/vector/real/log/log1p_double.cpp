@@ -3,8 +3,9 @@
 // u = 1 + x is rounded; the part it lost, (1 - (u - (u - 1))) + (x - (u - 1)),
 // is exact (two-sum), and ln(1 + x) = ln u + lost/u up to (lost/u)^2/2,
 // below 2^-106 relative.  Tiny x give u = 1, ln u = 0 and the result x.
-//   HA  fine core as hi + lo (two-sum of the head and r): hi + (lo + lost/u)
-//   LA  fine core, the Ln sum + lost/u
+//   HA  fine core in double-double (fine_double_double): hi + (lo + lost/u)
+//   LA  the same without the error term of the double-double's hi: about
+//       an ulp where hi rounds, half an ulp elsewhere
 //   EP  coarse core with Taylor degree 3 + lost/u: about 29 bits
 // The screen tests u: positive normal finite, which is x finite above -1.
 // Special results: x = -1 -> -inf with SING, x < -1 -> NaN with ERRDOM,
@@ -33,9 +34,11 @@ struct log1p_value {
         const __m128d correction = _mm_div_pd(lost, u);
         if constexpr (Slot == 2) return _mm_add_pd(log_double::coarse<3, false>(u), correction);
         const auto pieces = log_double::fine(u);
-        if constexpr (Slot == 0) return _mm_add_pd(log_double::fine_sum(pieces), correction);
+        if constexpr (Slot == 0)
+            return _mm_add_pd(_mm_add_pd(log_double::fine_head(pieces), pieces.r2),
+                              _mm_add_pd(_mm_add_pd(pieces.low, pieces.poly), correction));
         __m128d hi, lo;
-        log_double::fine_split(pieces, hi, lo);
+        log_double::fine_double_double(pieces, hi, lo);
         return _mm_add_pd(hi, _mm_add_pd(lo, correction));
     }
     static bool special(int32_t i, const double* a, double* y) {

@@ -15,7 +15,8 @@
 // half of itself; m splits into a 21-bit head m1 and a tail m2, and with
 // the 23-bit reciprocal r1 = m1 rcp - 1 is exact.  The terms are summed
 // from large to small: k ln2hi + ln hi + r1, k ln2lo + ln lo, r2, and last
-// r^2 (c2 + r (c3 + r (c4 + r c5))).
+// r^2 (c2 + r (c3 + r (c4 + r c5))); how they are added is up to each
+// routine (fine_result, fine_head, fine_double_double).
 #pragma once
 
 #include <smmintrin.h>
@@ -114,13 +115,14 @@ inline fine_pieces fine(__m128d x) {
         _mm_and_si128(_mm_add_epi32(_mm_and_si128(hw, _mm_set1_epi32(0xFFC00)), _mm_set1_epi32(0x400)),
                       _mm_set1_epi32(0x1FF800)),
         6);
-    const auto* row0 = log_tables::fine[_mm_cvtsi128_si32(offset) >> 5];
-    const auto* row1 = log_tables::fine[_mm_extract_epi32(offset, 1) >> 5];
-    const __m128d rcp = _mm_unpacklo_pd(_mm_load_pd(reinterpret_cast<const double*>(row0)),
-                                        _mm_load_pd(reinterpret_cast<const double*>(row1)));
-    const __m128d l0 = _mm_load_pd(reinterpret_cast<const double*>(row0) + 2);  // ln hi, ln lo
-    const __m128d l1 = _mm_load_pd(reinterpret_cast<const double*>(row1) + 2);
-    const __m128d ln_hi = _mm_unpacklo_pd(l0, l1), ln_lo = _mm_unpackhi_pd(l0, l1);
+    // The offsets address the rows in bytes: no index arithmetic, and each
+    // pair is gathered by half loads rather than loads and shuffles.
+    const char* base = reinterpret_cast<const char*>(log_tables::fine);
+    const double* row0 = reinterpret_cast<const double*>(base + static_cast<uint32_t>(_mm_cvtsi128_si32(offset)));
+    const double* row1 = reinterpret_cast<const double*>(base + static_cast<uint32_t>(_mm_extract_epi32(offset, 1)));
+    const __m128d rcp = _mm_loadh_pd(_mm_load_sd(row0), row1);
+    const __m128d ln_hi = _mm_loadh_pd(_mm_load_sd(row0 + 2), row1 + 2);
+    const __m128d ln_lo = _mm_loadh_pd(_mm_load_sd(row0 + 3), row1 + 3);
 
     const __m128d m = mantissa(x);
     const __m128d m1 = _mm_and_pd(m, splat_bits(0x7FFFFFFF00000000ull));
@@ -139,30 +141,41 @@ inline fine_pieces fine(__m128d x) {
     return p;
 }
 
-// The plain sum from large to small: head + r1, then low, then r2, then
-// the polynomial.  It reaches 1.5 ulp where head + r1 rounds, which the LA
-// routines of Log10 and Log1p accept.
-inline __m128d fine_sum(const fine_pieces& p) {
-    return _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_add_pd(p.head, p.r1), p.low), p.r2), p.poly);
+// head + r1 is exact: head = k ln2hi + ln hi lies on the grid 2^-42 (ln2hi
+// has 42 bits, k at most 11, ln hi 24 fraction bits), r1 = m1 rcp - 1 on
+// the grid 2^-43 (20-bit m1 times 23-bit rcp), and the sum is below 2^10,
+// so it needs at most 53 bits.
+inline __m128d fine_head(const fine_pieces& p) { return _mm_add_pd(p.head, p.r1); }
+
+// ln x as an unevaluated hi + lo, good to about 2^-100 relative apart
+// from the polynomial's own error: hi = (head + r1) + r2 and lo = its
+// rounding error (fast two-sum) + low + polynomial.  The fast two-sum is
+// exact because |head + r1| has at least the exponent of r2 or is zero:
+// away from rows 0 and 512 with k = 0, |head + r1| = |ln(m1/c ...)| is
+// above 2^-11 while r2 < 2^-20; on those rows head is 0 and r1 is a
+// nonzero multiple of the largest value r2 stays below (2^-20 rcp) or 0.
+// r1 and r2 may cancel there (x just below 1), which is why r2 must not be
+// rounded into the tail before it meets r1.
+inline void fine_double_double(const fine_pieces& p, __m128d& hi, __m128d& lo) {
+    const __m128d a = fine_head(p);
+    hi = _mm_add_pd(a, p.r2);
+    const __m128d err = _mm_sub_pd(p.r2, _mm_sub_pd(hi, a));
+    lo = _mm_add_pd(err, _mm_add_pd(p.low, p.poly));
 }
 
-// ln x as hi + lo with hi = head + r rounded and lo carrying that
-// rounding error (two-sum) with low and the polynomial, for the routines
-// that scale the logarithm and need more than its rounded value.
-inline void fine_split(const fine_pieces& p, __m128d& hi, __m128d& lo) {
-    const __m128d r = _mm_add_pd(p.r1, p.r2);
-    hi = _mm_add_pd(p.head, r);
-    const __m128d rpart = _mm_sub_pd(hi, p.head);
-    const __m128d hpart = _mm_sub_pd(hi, rpart);
-    const __m128d err = _mm_add_pd(_mm_sub_pd(p.head, hpart), _mm_sub_pd(r, rpart));
-    lo = _mm_add_pd(_mm_add_pd(err, p.low), p.poly);
-}
-
-// ln x to within about half an ulp: hi + lo of fine_split.
+// ln x to within about half an ulp, the double Ln LA and HA routine: hi =
+// head + r with r = r1 + r2 rounded, its rounding error carried with low
+// and the polynomial into lo, then hi + lo.  The error term is the fast
+// two-sum's; that is exact here, and so the same bits as the full two-sum:
+// head is zero (rows 0 and 512 with k = 0) or its exponent is at least
+// that of r, since |head| >= ln(1 + 1/512) > 2^-10 on the other rows of
+// k = 0 (ln(1 - 1/1024) on the rows of c/2) while |r| < 2^-9.9, and
+// |head| > 0.28 when k is not 0.
 inline __m128d fine_result(const fine_pieces& p) {
-    __m128d hi, lo;
-    fine_split(p, hi, lo);
-    return _mm_add_pd(hi, lo);
+    const __m128d r = _mm_add_pd(p.r1, p.r2);
+    const __m128d hi = _mm_add_pd(p.head, r);
+    const __m128d err = _mm_sub_pd(r, _mm_sub_pd(hi, p.head));
+    return _mm_add_pd(hi, _mm_add_pd(_mm_add_pd(err, p.low), p.poly));
 }
 
 // ln x by the x87 instruction y log2(x) with y = ln 2, exact enough for

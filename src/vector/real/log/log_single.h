@@ -7,8 +7,8 @@
 // 2^-38 relative), far below a float ulp, so the one rounding to float
 // decides the result.  Log10 multiplies by log10 e in double; Log1p takes
 // u = 1 + x in double and adds (x - (u - 1))/u, the part of 1 + x that u
-// lost.  LA and EP run in float with a longer polynomial instead of the
-// table (native below), at about half the work of the widened evaluation.
+// lost.  LA and EP run in float lanes with a longer polynomial instead of
+// the table (native below), at a fraction of the widened evaluation's work.
 // Scalar routine, from the input: NaN -> x + x, +inf -> +inf, zero (Log1p:
 // -1) -> -inf with SING, below it -> NaN with ERRDOM; other inputs,
 // denormals included (normal once widened), run the formula on one lane.
@@ -16,11 +16,15 @@
 
 #include <smmintrin.h>
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "frame/error_path.h"
 #include "vector/real/lane_loops.h"
 #include "vector/real/log/log_double.h"
+#include "vector/real/log/log_single_fits.h"
 
 namespace qlm::vector::log_single {
 
@@ -81,54 +85,156 @@ struct kernel {
     }
 };
 
-// The float routines of LA and EP.  x = 2^k m with m in [sqrt(1/2),
-// sqrt(2)) (the bias 0x3F3504F3 moves the exponent's step there), f = m - 1
-// exact, ln(1 + f) = f + f^2 (-1/2 + f P(f)), P interpolated at Chebyshev
-// nodes on [sqrt(1/2) - 1, sqrt(2) - 1] and rounded to float:
-//   LA  degree 7, 2^-25.6 relative before rounding
-//   EP  degree 3, 2^-14.7
-// k ln 2 is added in two pieces, the first (0x3F317200) exact times k.
-// Log1p takes u = 1 + x in float and adds (x - (u - 1))/u.
-template <int Degree>
-inline const float* native_coefficients() {
-    static const float la[] = {0.333333313f, -0.25000307f,  0.200010449f, -0.166412815f,
-                               0.142144963f, -0.129981831f, 0.126223192f, -0.0790274367f};
-    static const float ep[] = {0.3331416845321655f, -0.2516476809978485f, 0.2145289182662964f,
-                               -0.14852839708328247f};
-    return Degree == 7 ? la : ep;
+// The float routines of LA and EP.  x = 2^k (1 + f) with 1 + f in
+// [sqrt(1/2), sqrt(2)) (the bias 0x3F3504F3 moves the exponent's step
+// there), f exact, and
+//   ln     k ln2hi + (f + (k ln2lo + f^2 P(f)))
+//   log10  k lg2hi + (f L + (k lg2lo + f Q(f)))
+// with P, Q and L from log_single_fits.h (tools/log_tables): LA P degree 8
+// (2^-24.4 relative) and Q degree 9 (2^-25.1), EP P degree 4 (2^-13.8)
+// and Q degree 5 (2^-15.0).  ln2hi = 0x3F317200 and lg2hi = 0x3E9A2000
+// have short mantissas, so k times them is exact and the small terms are
+// added before the one large one.  Log10 is its own polynomial rather
+// than ln times log10 e, which would round twice.
+// Log1p reduces u = 1 + x rounded and folds the part that u lost,
+// x - (u - 1), into f scaled by 2^-k (k capped at 126 for the scale, where
+// the lost part is zero anyway): 1 + x = 2^k (1 + f + lost 2^-k), no
+// division; where k = 0 this makes f = x exactly, so tiny x give x.
+// Measured (tests/vector/log): LA below 1 ulp, EP above 13 bits.
+// Screen: Ln and Log10 take positive normal finite inputs, (bits -
+// 0x00800000) unsigned at most 0x7EFFFFFF; Log1p takes x > -1 and x < +inf
+// by ordered float compares, which NaN fails and denormals pass (u = 1
+// and the result is x).
+// Coefficients stored as whole registers, so that each enters the
+// arithmetic as a memory operand instead of being broadcast in the loop.
+template <std::size_t N>
+struct splat_table {
+    alignas(16) float v[N][4];
+};
+template <std::size_t N>
+constexpr splat_table<N> splat(const float (&c)[N]) {
+    splat_table<N> t{};
+    for (std::size_t i = 0; i < N; ++i)
+        for (float& lane : t.v[i]) lane = c[i];
+    return t;
 }
 
-template <function F, int Degree>
+template <int Slot>
+struct native_fits;
+template <>
+struct native_fits<0> {
+    static constexpr splat_table<9> ln = splat(kLnP8);
+    static constexpr splat_table<10> log10 = splat(kLog10Q9);
+};
+template <>
+struct native_fits<2> {
+    static constexpr splat_table<5> ln = splat(kLnP4);
+    static constexpr splat_table<6> log10 = splat(kLog10Q5);
+};
+
+// The polynomial by Estrin's scheme: pairs c[2i] + f c[2i+1], then pairs
+// of those joined with f^2, f^4, ...  The degree-8 and -9 fits would take
+// a chain of nine multiply-adds by Horner's rule; this takes four levels,
+// so the two fours of a group and the next group overlap.
+// One level of Estrin's scheme: q[2i] + power q[2i+1].
+template <std::size_t N>
+[[gnu::always_inline]] inline __m128 estrin(const std::array<__m128, N>& q, __m128 power) {
+    if constexpr (N == 1) {
+        return q[0];
+    } else {
+        std::array<__m128, (N + 1) / 2> next;
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < N / 2; ++i) next[i] = _mm_add_ps(q[2 * i], _mm_mul_ps(power, q[2 * i + 1]));
+        if constexpr (N % 2 == 1) next[N / 2] = q[N - 1];
+        return estrin(next, _mm_mul_ps(power, power));
+    }
+}
+
+// The polynomial by Estrin's scheme, the coefficients being the first
+// level: the degree-8 and -9 fits would take a chain of nine multiply-adds
+// by Horner's rule, this takes four levels, so that the two fours of a
+// group and the next group overlap.
+template <std::size_t N>
+[[gnu::always_inline]] inline __m128 polynomial(__m128 f, const splat_table<N>& table) {
+    // Hidden from constant folding, which would rebuild each register by a
+    // scalar load and a shuffle.
+    const splat_table<N>* t = &table;
+    asm("" : "+r"(t));
+    std::array<__m128, N> c;
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < N; ++i) c[i] = _mm_load_ps(t->v[i]);
+    return estrin(c, f);
+}
+
+// The other constants of the float routines, as whole registers too.
+enum constant { kOne, kLn2Hi, kLn2Lo, kLg2Hi, kLg2Lo, kLog10eLane };
+inline constexpr splat_table<6> kConstants = splat<6>({
+    1.0f,
+    std::bit_cast<float>(0x3F317200u),  // ln 2 with 15 bits: k ln2hi is exact
+    std::bit_cast<float>(0x35BFBE8Eu),  // ln 2 - ln2hi
+    std::bit_cast<float>(0x3E9A2000u),  // log10 2 with 11 bits
+    std::bit_cast<float>(0x369A84FCu),  // log10 2 - lg2hi
+    kLog10e,
+});
+[[gnu::always_inline]] inline __m128 constant_lane(constant c) {
+    const splat_table<6>* t = &kConstants;
+    asm("" : "+r"(t));
+    return _mm_load_ps(t->v[c]);
+}
+
+template <function F, int Slot>
 struct native {
     using wide = kernel<F, 4, true>;  // specials and denormals
+    using fits = native_fits<Slot>;
     static constexpr const char* name = wide::name;
-    static bool screen(__m128 x) { return wide::screen(x); }
-    static bool screen_one(__m128 x) { return wide::screen(x); }
 
-    static __m128 ln(__m128 x) {
+    static __m128 screen_lanes(__m128 x) {
+        if constexpr (F == function::log1p) {
+            return _mm_and_ps(_mm_cmpgt_ps(x, _mm_set1_ps(-1.0f)), _mm_cmplt_ps(x, splat_bits32(0x7F800000u)));
+        } else {
+            const __m128i d = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x00800000));
+            return _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_min_epu32(d, _mm_set1_epi32(0x7EFFFFFF)), d));
+        }
+    }
+    static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
+    static bool screen_one(__m128 x) { return screen(x); }
+
+    // k as integer and float, and f, of a positive normal finite x.
+    [[gnu::always_inline]] static void reduce(__m128 x, __m128i& ki, __m128& k, __m128& f) {
         const __m128i bias = _mm_set1_epi32(0x3F3504F3);
         const __m128i ix = _mm_sub_epi32(_mm_castps_si128(x), bias);
-        const __m128 k = _mm_cvtepi32_ps(_mm_srai_epi32(ix, 23));
+        ki = _mm_srai_epi32(ix, 23);
+        k = _mm_cvtepi32_ps(ki);
         const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(ix, _mm_set1_epi32(0x007FFFFF)), bias));
-        const __m128 f = _mm_sub_ps(m, _mm_set1_ps(1.0f));
-        const float* c = native_coefficients<Degree>();
-        __m128 p = _mm_set1_ps(c[Degree]);
-        for (int i = Degree - 1; i >= 0; --i) p = _mm_add_ps(_mm_set1_ps(c[i]), _mm_mul_ps(f, p));
-        const __m128 q = _mm_mul_ps(_mm_mul_ps(f, f), _mm_add_ps(_mm_set1_ps(-0.5f), _mm_mul_ps(f, p)));
-        const __m128 low = _mm_add_ps(_mm_mul_ps(k, splat_bits32(0x35BFBE8Eu)), q);  // ln 2 - 0x3F317200
-        return _mm_add_ps(_mm_mul_ps(k, splat_bits32(0x3F317200u)), _mm_add_ps(f, low));
+        f = _mm_sub_ps(m, constant_lane(kOne));
     }
 
-    static __m128 fast(__m128 x) {
+    [[gnu::always_inline]] static __m128 ln(__m128 k, __m128 f) {
+        const __m128 q = _mm_mul_ps(_mm_mul_ps(f, f), polynomial(f, fits::ln));
+        const __m128 low = _mm_add_ps(_mm_mul_ps(k, constant_lane(kLn2Lo)), q);
+        return _mm_add_ps(_mm_mul_ps(k, constant_lane(kLn2Hi)), _mm_add_ps(f, low));
+    }
+
+    [[gnu::always_inline]] static __m128 fast(__m128 x) {
+        __m128i ki;
+        __m128 k, f;
         if constexpr (F == function::log1p) {
-            const __m128 one = _mm_set1_ps(1.0f);
+            const __m128 one = constant_lane(kOne);
             const __m128 u = _mm_add_ps(one, x);
-            const __m128 lost = _mm_div_ps(_mm_sub_ps(x, _mm_sub_ps(u, one)), u);
-            return _mm_add_ps(ln(u), lost);
+            reduce(u, ki, k, f);
+            const __m128 lost = _mm_sub_ps(x, _mm_sub_ps(u, one));
+            const __m128i capped = _mm_min_epi32(ki, _mm_set1_epi32(126));
+            const __m128 scale = _mm_castsi128_ps(_mm_sub_epi32(_mm_set1_epi32(0x3F800000), _mm_slli_epi32(capped, 23)));
+            return ln(k, _mm_add_ps(f, _mm_mul_ps(lost, scale)));
         } else if constexpr (F == function::log10) {
-            return _mm_mul_ps(ln(x), _mm_set1_ps(0.4342944819f));
+            reduce(x, ki, k, f);
+            const __m128 q = _mm_mul_ps(f, polynomial(f, fits::log10));
+            const __m128 low = _mm_add_ps(_mm_mul_ps(k, constant_lane(kLg2Lo)), q);
+            const __m128 lead = _mm_mul_ps(f, constant_lane(kLog10eLane));
+            return _mm_add_ps(_mm_mul_ps(k, constant_lane(kLg2Hi)), _mm_add_ps(lead, low));
         } else {
-            return ln(x);
+            reduce(x, ki, k, f);
+            return ln(k, f);
         }
     }
 
@@ -139,9 +245,9 @@ struct native {
 template <function F>
 using ha = kernel<F, 4, true>;
 template <function F>
-using la = native<F, 7>;
+using la = native<F, 0>;
 template <function F>
-using ep = native<F, 3>;
+using ep = native<F, 2>;
 
 }  // namespace qlm::vector::log_single
 
