@@ -16,6 +16,9 @@
 //     -ln(2 rcp) = ln(c/2) for rows 256..512, where the kernel counts the
 //     mantissa as half of itself; ln hi is it rounded to 24 fraction bits
 //     (28 low bits zero), ln lo the rest rounded.
+//   fine10 table, the same 513 rows with log10 in place of ln: reciprocal
+//     as in fine, lg hi = -log10 of the reciprocal (of twice it from row 256
+//     on) rounded to 24 fraction bits, lg lo the rest rounded.
 // The generator stops unless coarse row 1 and fine row 256 hold their known
 // values and fine rows 0 and 512 have logarithm zero.
 #include <mpfr.h>
@@ -98,6 +101,17 @@ int main() {
         mpfr_sub_d(t, v, hi, MPFR_RNDN);
         fine[i] = {{bits(rcp), bits(rcp), bits(hi), bits(mpfr_get_d(t, MPFR_RNDN))}};
     }
+    static row fine10[513];
+    for (int i = 0; i <= 512; ++i) {
+        const double rcp = from_bits(fine[i].w[0]);
+        mpfr_set_d(v, i < 256 ? rcp : 2 * rcp, MPFR_RNDN);
+        mpfr_log10(v, v, MPFR_RNDN);
+        mpfr_neg(v, v, MPFR_RNDN);
+        if (mpfr_zero_p(v)) mpfr_set_zero(v, 1);
+        const double hi = round_to_fraction_bits(v, 24);
+        mpfr_sub_d(t, v, hi, MPFR_RNDN);
+        fine10[i] = {{bits(rcp), bits(rcp), bits(hi), bits(mpfr_get_d(t, MPFR_RNDN))}};
+    }
     const row c1{{0x3F6FF00AA2C00000ull, 0xBD5DE87F6BEF2953ull, 0x3FEFE01FE01FE020ull, 0}};
     const row f256{{0x3FE5555540000000ull, 0x3FE5555540000000ull, 0xBFD26961D0000000ull,
                     0xBE134DB72783BD62ull}};
@@ -122,6 +136,10 @@ int main() {
                     r.w[0], r.w[1], r.w[2], r.w[3]);
     std::printf("};\n\n// reciprocal, reciprocal, ln hi, ln lo\nalignas(64) const uint64_t fine[513][4] = {\n");
     for (const row& r : fine)
+        std::printf("    {0x%016" PRIX64 "ull, 0x%016" PRIX64 "ull, 0x%016" PRIX64 "ull, 0x%016" PRIX64 "ull},\n",
+                    r.w[0], r.w[1], r.w[2], r.w[3]);
+    std::printf("};\n\n// reciprocal, reciprocal, log10 hi, log10 lo\nalignas(64) const uint64_t fine10[513][4] = {\n");
+    for (const row& r : fine10)
         std::printf("    {0x%016" PRIX64 "ull, 0x%016" PRIX64 "ull, 0x%016" PRIX64 "ull, 0x%016" PRIX64 "ull},\n",
                     r.w[0], r.w[1], r.w[2], r.w[3]);
     std::printf("};\n\n}  // namespace qlm::vector::log_tables\n");

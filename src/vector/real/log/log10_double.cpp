@@ -7,9 +7,13 @@
 // leading part h is cut to 26 bits (hh) so that hh C1 is exact; the rest,
 // (h - hh) C1 + h C2 + (low part) log10 e, is summed first and added last,
 // so the result is rounded once.
-//   LA, HA  h + l is ln x in double-double (fine_double_double): about
-//       0.5 ulp.  The two slots compute the same: no cheaper sum keeps
-//       LA within an ulp, where glibc's vector log10 stands.
+//   HA  h + l is ln x in double-double (fine_double_double): about 0.5 ulp.
+//   LA  the fine core in base 10 (log10 of the same reciprocals, log10 2
+//       in two parts, coefficients times log10 e): the exact head
+//       k lg2hi + lg hi plus (r log10 e + (low + polynomial)), rounded once
+//       at the result's scale; r = r1 + r2 is formed first, since the two
+//       cancel just below 1.  About half an ulp where the head leads, up to
+//       about an ulp next to 1 where r log10 e rounds.
 //   EP  coarse core with Taylor degree 3, times log10 e: about 29 bits.
 // Screen and special results as in Ln: +-0 -> -inf with SING, negatives
 // -> NaN with ERRDOM, NaN -> x + x, +inf -> +inf; denormals by the x87
@@ -42,6 +46,10 @@ template <int Slot>  // 0 LA, 1 HA, 2 EP
 struct log10_value : log_double::domain_screen {
     static __m128d value(__m128d x) {
         if constexpr (Slot == 2) return _mm_mul_pd(log_double::coarse<3, false>(x), splat_bits(kLog10e));
+        if constexpr (Slot == 0) {
+            const auto p = log_double::fine<log_double::kBase10>(x);
+            return _mm_add_pd(p.head, _mm_add_pd(_mm_mul_pd(p.r, splat_bits(kLog10e)), _mm_add_pd(p.low, p.poly)));
+        }
         const auto pieces = log_double::fine(x);
         __m128d hi, lo;
         log_double::fine_double_double(pieces, hi, lo);

@@ -21,6 +21,7 @@
 
 #include <smmintrin.h>
 
+#include <bit>
 #include <cstdint>
 
 #include "vector/real/lane_loops.h"
@@ -98,11 +99,33 @@ inline __m128d coarse(__m128d x) {
 }
 
 // The pieces of ln x on the fine table: head = k ln2hi + ln hi, r1
-// (exact), low = k ln2lo + ln lo, r2, and the polynomial in r = r1 + r2.
+// (exact), low = k ln2lo + ln lo, r2, r = r1 + r2 and the polynomial in r.
 struct fine_pieces {
-    __m128d head, r1, low, r2, poly;
+    __m128d head, r1, low, r2, r, poly;
 };
 
+// What the fine core works in: its table and the constants that go with
+// it.  The natural basis is the Ln routine's; the base-10 one takes log10
+// of the same reciprocals, log10 2 in two parts (lg2hi = log10 2 rounded
+// to 42 bits, so that k lg2hi + lg hi is exact as in the natural basis)
+// and the coefficients times log10 e, so that head + r log10 e + low + poly
+// is log10 x.
+struct fine_basis {
+    const uint64_t (*table)[4];
+    uint64_t k_hi, k_lo;
+    double c2, c3, c4, c5;
+};
+inline constexpr double kC2 = std::bit_cast<double>(0xBFDFFFFFFFFFFCA9ull);
+inline constexpr double kC3 = std::bit_cast<double>(0x3FD555555555512Aull);
+inline constexpr double kC4 = std::bit_cast<double>(0xBFD00000D588D052ull);
+inline constexpr double kC5 = std::bit_cast<double>(0x3FC9999B39037E04ull);
+inline constexpr double kLog10e = std::bit_cast<double>(0x3FDBCB7B1526E50Eull);
+inline constexpr fine_basis kNatural{log_tables::fine, 0x3FE62E42FEFA3800ull, 0x3D2EF35793C76730ull,
+                                     kC2, kC3, kC4, kC5};
+inline constexpr fine_basis kBase10{log_tables::fine10, 0x3FD34413509F7800ull, 0x3D1FEF311F12B358ull,
+                                    kC2 * kLog10e, kC3 * kLog10e, kC4 * kLog10e, kC5 * kLog10e};
+
+template <const fine_basis& B = kNatural>
 inline fine_pieces fine(__m128d x) {
     const __m128i hw = pair_high_words(x);
     const __m128i k = _mm_srai_epi32(_mm_sub_epi32(hw, _mm_set1_epi32(0x3FE7FC00)), 20);
@@ -117,7 +140,7 @@ inline fine_pieces fine(__m128d x) {
         6);
     // The offsets address the rows in bytes: no index arithmetic, and each
     // pair is gathered by half loads rather than loads and shuffles.
-    const char* base = reinterpret_cast<const char*>(log_tables::fine);
+    const char* base = reinterpret_cast<const char*>(B.table);
     const double* row0 = reinterpret_cast<const double*>(base + static_cast<uint32_t>(_mm_cvtsi128_si32(offset)));
     const double* row1 = reinterpret_cast<const double*>(base + static_cast<uint32_t>(_mm_extract_epi32(offset, 1)));
     const __m128d rcp = _mm_loadh_pd(_mm_load_sd(row0), row1);
@@ -130,14 +153,13 @@ inline fine_pieces fine(__m128d x) {
     fine_pieces p;
     p.r1 = _mm_sub_pd(_mm_mul_pd(m1, rcp), _mm_set1_pd(1.0));
     p.r2 = _mm_mul_pd(m2, rcp);
-    const __m128d r = _mm_add_pd(p.r1, p.r2);
-    const __m128d c2 = splat_bits(0xBFDFFFFFFFFFFCA9ull), c3 = splat_bits(0x3FD555555555512Aull),
-                  c4 = splat_bits(0xBFD00000D588D052ull), c5 = splat_bits(0x3FC9999B39037E04ull);
+    const __m128d r = p.r = _mm_add_pd(p.r1, p.r2);
+    const __m128d c2 = _mm_set1_pd(B.c2), c3 = _mm_set1_pd(B.c3), c4 = _mm_set1_pd(B.c4), c5 = _mm_set1_pd(B.c5);
     p.poly = _mm_mul_pd(
         _mm_mul_pd(r, r),
         _mm_add_pd(c2, _mm_mul_pd(r, _mm_add_pd(c3, _mm_mul_pd(r, _mm_add_pd(c4, _mm_mul_pd(r, c5)))))));
-    p.head = _mm_add_pd(_mm_mul_pd(kd, splat_bits(0x3FE62E42FEFA3800ull)), ln_hi);
-    p.low = _mm_add_pd(_mm_mul_pd(kd, splat_bits(0x3D2EF35793C76730ull)), ln_lo);
+    p.head = _mm_add_pd(_mm_mul_pd(kd, splat_bits(B.k_hi)), ln_hi);
+    p.low = _mm_add_pd(_mm_mul_pd(kd, splat_bits(B.k_lo)), ln_lo);
     return p;
 }
 
@@ -172,7 +194,7 @@ inline void fine_double_double(const fine_pieces& p, __m128d& hi, __m128d& lo) {
 // k = 0 (ln(1 - 1/1024) on the rows of c/2) while |r| < 2^-9.9, and
 // |head| > 0.28 when k is not 0.
 inline __m128d fine_result(const fine_pieces& p) {
-    const __m128d r = _mm_add_pd(p.r1, p.r2);
+    const __m128d r = p.r;
     const __m128d hi = _mm_add_pd(p.head, r);
     const __m128d err = _mm_sub_pd(r, _mm_sub_pd(hi, p.head));
     return _mm_add_pd(hi, _mm_add_pd(_mm_add_pd(err, p.low), p.poly));

@@ -12,5 +12,8 @@ extern const uint64_t coarse[257][4];
 // Row i for c = 1 + i/512: reciprocal cut to 23 bits (twice), ln hi, ln lo
 // of that reciprocal; rows from 256 on hold the logarithm of c/2.
 extern const uint64_t fine[513][4];
+// The same rows with log10 in place of ln: reciprocal (twice), log10 hi
+// (24 fraction bits), log10 lo.
+extern const uint64_t fine10[513][4];
 
 }  // namespace qlm::vector::log_tables
