@@ -170,10 +170,11 @@ int main() {
         "#pragma once\n\n"
         "namespace qlm::vector::log_single {\n\n");
     std::printf("inline constexpr float kLog10e = %.9ef;  // L\n", lead_of(target::log10));
-    // LA: about 2^-24 before the float evaluation; EP: 11 bits and margin.
+    // LA: about 2^-23 and better before the float evaluation; EP: 11 bits
+    // and margin.
     emit("kLnP8", target::ln, a, b, 8, "ln, P");
     emit("kLnP4", target::ln, a, b, 4, "ln, P");
-    emit("kLog10Q9", target::log10, a, b, 9, "log10, Q");
+    emit("kLog10Q8", target::log10, a, b, 8, "log10, Q");
     emit("kLog10Q5", target::log10, a, b, 5, "log10, Q");
     std::printf("\n}  // namespace qlm::vector::log_single\n");
 }
