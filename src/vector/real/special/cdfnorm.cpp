@@ -32,6 +32,12 @@ struct cdfnorm_plan : abs_screen<Elem, 0x4042C000u, 0x41480000u, Name> {  // 37.
     static Elem scalar(Elem x, int& status) {
         if (std::isnan(x)) return x + x;
         if (std::isinf(x)) return x > 0 ? Elem(1) : Elem(0);
+        // Far past the least denormal (CdfNorm(-39) < 2^-1100, CdfNorm(-15)
+        // < 2^-167): zero, without the core's work.
+        if (x < (sizeof(Elem) == 8 ? Elem(-39) : Elem(-15))) {
+            status = VXM_STATUS_UNDERFLOW;
+            return Elem(0);
+        }
         const Elem r = fast(x);
         if (r < (sizeof(Elem) == 8 ? DBL_MIN : FLT_MIN)) status = VXM_STATUS_UNDERFLOW;
         return r;

@@ -30,8 +30,8 @@
 // CdfNorm(x) = erfc(-x/sqrt 2)/2 by the same steps with s = x^2/2 (exact
 // from the same split) and G at |x|/sqrt 2.
 //
-// Finish.  LA and the single-precision sets: e^(-s) G in plain double
-// (about 2 ulp at worst in double).  HA: the products in double-double (the
+// Finish.  LA and the single-precision sets: 2^(j/64) c0 rounded once plus
+// the small remaining products (about 1.1 ulp at worst in double).  HA: the products in double-double (the
 // leading product by Dekker's split), 2 - v as an exact two-sum, and for
 // CdfNorm the argument of G corrected to first order (G' = 2aG - 2/sqrt pi)
 // for the rounding of |x|/sqrt 2; about 0.6 ulp.
@@ -198,8 +198,14 @@ inline void erfc_magnitude(__m128d a, __m128d la, __m128d sh, __m128d sl, __m128
         vl = _mm_mul_pd(_mm_sub_pd(pl, _mm_sub_pd(s, ph)), scale);
         vh = _mm_mul_pd(s, scale);
     } else {
+        // th c0 + (th c0 p + tl c0 + th (1 + p) tail): one rounding of size,
+        // the bracket being below a tenth of the sum.
+        const __m128d tl = _mm_unpackhi_pd(ta, tb);
+        const __m128d lead = _mm_mul_pd(th, g.c0);
         const __m128d e = _mm_add_pd(th, _mm_mul_pd(th, p));
-        vh = _mm_mul_pd(_mm_mul_pd(e, _mm_add_pd(g.c0, g.tail)), scale);
+        const __m128d rest =
+            _mm_add_pd(_mm_add_pd(_mm_mul_pd(lead, p), _mm_mul_pd(tl, g.c0)), _mm_mul_pd(e, g.tail));
+        vh = _mm_mul_pd(_mm_add_pd(lead, rest), scale);
         vl = _mm_setzero_pd();
     }
 }
@@ -288,20 +294,42 @@ struct double_plan {
 // widened to two pairs for Value::pair and narrowed once at the end.
 template <uint32_t Limit, class Value, class Element>
 struct single_plan {
-    struct wide {
-        static void scalar(int32_t i, const float* a, float* y) { scalar_element<Element>(i, a, y); }
-    };
     static bool screen(__m128 x) {
         return qlm::vector::all_magnitudes_below(_mm_castps_si128(x), static_cast<int32_t>(Limit), 0xF);
     }
-    static bool screen_one(__m128 x) { return screen(x); }
     static __m128 fast(__m128 x) {
         const __m128d lo = Value::pair(_mm_cvtps_pd(x));
         const __m128d hi = Value::pair(_mm_cvtps_pd(_mm_movehl_ps(x, x)));
         return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi));
     }
-    static void scalar(int32_t i, const float* a, float* y) { qlm::vector::single_scalar_or_wide<single_plan, wide>(i, a, y); }
+    static bool lane_ok(float x) { return screen(_mm_set1_ps(x)); }
+    static void reject(int32_t i, const float* a, float* y) { scalar_element<Element>(i, a, y); }
 };
+
+// The group loop of the single routines: eight floats a turn in two fours.
+// A rejected group keeps the fast results of its screened lanes, computed
+// for the whole group as on the fast lane, and recomputes only the rejected
+// lanes, in order, through the per-element routine: in the tails of Erfc and
+// CdfNorm most lanes of a group underflow in single, and each of them costs
+// its status report anyway.  Elements after the last whole group run the
+// same arithmetic on one lane, each screened by itself.
+template <class R>
+void run_single_groups(int32_t n, const float* a, float* y) {
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        const bool ok = R::screen(x0) && R::screen(x1);
+        _mm_storeu_ps(y + i, R::fast(x0));
+        _mm_storeu_ps(y + i + 4, R::fast(x1));
+        if (ok) continue;
+        for (int k = 0; k < 8; ++k)
+            if (!R::lane_ok(a[i + k])) R::reject(i + k, a, y);
+    }
+    for (; i < n; ++i) {
+        if (R::lane_ok(a[i])) _mm_store_ss(y + i, R::fast(_mm_set1_ps(a[i])));
+        else R::reject(i, a, y);
+    }
+}
 
 template <class S>
 struct erf_value {
@@ -327,5 +355,5 @@ struct cdfnorm_value {
 #define QLM_ERF_SINGLE_KERNEL(routine, ...)                                 \
     extern "C" void routine(int32_t n, const float* a, float* y) {          \
         qlm::frame::kernel_frame frame;                                     \
-        if (n > 0) qlm::vector::run_single_groups<__VA_ARGS__>(n, a, y);    \
+        if (n > 0) qlm::special::erf_vector::run_single_groups<__VA_ARGS__>(n, a, y); \
     }

@@ -31,6 +31,12 @@ struct erfc_plan : abs_screen<Elem, 0x403A8000u, 0x41100000u, Name> {  // 26.5 a
     static Elem scalar(Elem x, int& status) {
         if (std::isnan(x)) return x + x;
         if (std::isinf(x)) return x > 0 ? Elem(0) : Elem(2);
+        // Far past the least denormal (erfc(27.5) < 2^-1090, erfc(10.5) <
+        // 2^-163): zero, without the core's work.
+        if (x > (sizeof(Elem) == 8 ? Elem(27.5) : Elem(10.5))) {
+            status = VXM_STATUS_UNDERFLOW;
+            return Elem(0);
+        }
         const Elem r = fast(x);
         if (r < (sizeof(Elem) == 8 ? DBL_MIN : FLT_MIN)) status = VXM_STATUS_UNDERFLOW;
         return r;
