@@ -2,8 +2,9 @@
 // floats widened to four pairs, by the plan of erf_vector_core.h: sign(x)
 // times a piecewise fit of erf(|x|) on 46 pieces that follow the exponent.
 //
-// Double HA: degree 11 (fit 2^-56), about 0.55 ulp; LA: degree 10 (2^-54),
-// about 0.6 ulp; EP: degree 5 (2^-30).  Single HA and LA: the degree-5 fits
+// Double HA: degree 11 (fit 2^-56), c0 + t c1 formed exactly, about 0.6
+// ulp; LA: degree 10 (2^-54), plain Horner, about 0.8 ulp; EP: degree 5
+// (2^-30).  Single HA and LA: the degree-5 fits
 // in double, rounded once to float (about 0.5 ulp; LA shares the plan, the
 // cheapest that keeps the HA bound); single EP: degree 3 (2^-18).
 // Screen: |x| < 6 in double, 4 in single (beyond, erf rounds to +-1);

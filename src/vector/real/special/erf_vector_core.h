@@ -12,7 +12,8 @@
 // On a piece, f(x) = c0 + (lo + t (c1 + t (c2 + ...))), t = x - centre
 // exact (x and the centre share a binade), c0 + lo the constant term to 106
 // bits; the last addition is the only rounding of size, so the result is
-// within about 0.55 ulp of the fit.
+// within about 0.8 ulp of the fit, and about 0.6 when Erf HA forms c0 + t c1
+// exactly (Dekker's product; denormal lanes scaled by 2^64 for it).
 //
 // Erf(x) = sign(x) erf(|x|) from the erf fit, for |x| < 6.  Piece 0 is
 // x + x P(x), with no constant term, so tiny x keep their relative accuracy
@@ -48,6 +49,10 @@
 
 namespace qlm::special::erf_vector {
 
+// The pair steps are inlined into the group loops whatever their size, so
+// that the two pairs of a group interleave and no call crosses the PLT.
+#define QLM_ERF_INLINE inline __attribute__((always_inline))
+
 // One accuracy set: the rows and degrees of both fits, the degree of the
 // exponential's series, whether the square enters exactly, and whether the
 // last steps are carried in double-double.
@@ -74,12 +79,12 @@ using set_la = accuracy_set<erf_rows_la, erf_rows_la_degree, erfcx_rows_la, erfc
 using set_sp = accuracy_set<erf_rows_sp, erf_rows_sp_degree, erfcx_rows_sp, erfcx_rows_sp_degree, 3, false, false>;
 using set_ep = accuracy_set<erf_rows_ep, erf_rows_ep_degree, erfcx_rows_ep, erfcx_rows_ep_degree, 2, false, false>;
 
-inline __m128d splat(double v) { return _mm_set1_pd(v); }
-inline __m128d sign_of(__m128d x) { return _mm_and_pd(x, qlm::vector::splat_bits(0x8000000000000000ull)); }
+QLM_ERF_INLINE __m128d splat(double v) { return _mm_set1_pd(v); }
+QLM_ERF_INLINE __m128d sign_of(__m128d x) { return _mm_and_pd(x, qlm::vector::splat_bits(0x8000000000000000ull)); }
 
 // Piece numbers of |x| in 32-bit lanes 0 and 2.
 template <int E0, int Log2S, int Count>
-inline __m128i piece_index(__m128d ax) {
+QLM_ERF_INLINE __m128i piece_index(__m128d ax) {
     const __m128i top = _mm_srli_epi64(_mm_castpd_si128(ax), 52 - Log2S);
     const __m128i i = _mm_sub_epi32(top, _mm_set1_epi32(((1023 - E0) << Log2S) - 1));
     return _mm_min_epi32(_mm_max_epi32(i, _mm_setzero_si128()), _mm_set1_epi32(Count - 1));
@@ -90,8 +95,15 @@ struct piece_value {
     __m128d c0, tail, t;
 };
 
-template <int Degree, int Stride>
-inline piece_value eval_rows(const double* rows, __m128i idx, __m128d ax) {
+// c0, lo + t (c1 + t (...)) and t of each lane's piece; with Split, the tail
+// leaves out t c1 and returns c1 in `c1`, so that the caller can form that
+// product exactly.
+struct piece_split {
+    __m128d c1, lo, t2q;
+};
+
+template <int Degree, int Stride, bool Split = false>
+QLM_ERF_INLINE piece_value eval_rows(const double* rows, __m128i idx, __m128d ax, piece_split* parts = nullptr) {
     const double* r0 = rows + _mm_cvtsi128_si32(idx) * Stride;
     const double* r1 = rows + _mm_extract_epi32(idx, 2) * Stride;
     __m128d c[Stride];
@@ -104,37 +116,34 @@ inline piece_value eval_rows(const double* rows, __m128i idx, __m128d ax) {
     const __m128d t = _mm_sub_pd(ax, c[0]);
     __m128d q = c[2 + Degree];
 #pragma GCC unroll 32
-    for (int k = Degree - 1; k >= 1; --k) q = _mm_add_pd(_mm_mul_pd(q, t), c[2 + k]);
+    for (int k = Degree - 1; k >= 2; --k) q = _mm_add_pd(_mm_mul_pd(q, t), c[2 + k]);
+    if constexpr (Split) {
+        *parts = {c[3], c[1], _mm_mul_pd(_mm_mul_pd(q, t), t)};
+        return {c[2], _mm_setzero_pd(), t};
+    }
+    q = _mm_add_pd(_mm_mul_pd(q, t), c[3]);
     return {c[2], _mm_add_pd(_mm_mul_pd(q, t), c[1]), t};
 }
 
 // erf(|x|) as c0 + tail; on piece 0 the fit is t + t P(t) with c0 = 0, and
 // t joins c0 there (exactly: one of the two is zero).
-template <class S>
-inline piece_value erf_piece(__m128d ax) {
+template <class S, bool Split = false>
+QLM_ERF_INLINE piece_value erf_piece(__m128d ax, piece_split* parts = nullptr) {
     const __m128i idx = piece_index<erf_piece_e0, erf_piece_log2_s, S::erf_count>(ax);
-    piece_value v = eval_rows<S::erf_degree, S::erf_stride>(S::erf_rows, idx, ax);
+    piece_value v = eval_rows<S::erf_degree, S::erf_stride, Split>(S::erf_rows, idx, ax, parts);
     const __m128d first = _mm_castsi128_pd(_mm_shuffle_epi32(_mm_cmpeq_epi32(idx, _mm_setzero_si128()), 0xA0));
     v.c0 = _mm_add_pd(v.c0, _mm_and_pd(first, v.t));
     return v;
 }
 
 template <class S>
-inline piece_value g_piece(__m128d ax) {
+QLM_ERF_INLINE piece_value g_piece(__m128d ax) {
     return eval_rows<S::g_degree, S::g_stride>(
         S::g_rows, piece_index<erfc_piece_e0, erfc_piece_log2_s, S::g_count>(ax), ax);
 }
 
-template <class S>
-inline __m128d erf_pair(__m128d x) {
-    const __m128d sign = sign_of(x);
-    const __m128d ax = _mm_xor_pd(x, sign);
-    const piece_value v = erf_piece<S>(ax);
-    return _mm_or_pd(_mm_add_pd(v.c0, v.tail), sign);
-}
-
 // Dekker's exact product of two pairs.
-inline void two_prod(__m128d a, __m128d b, __m128d& p, __m128d& e) {
+QLM_ERF_INLINE void two_prod(__m128d a, __m128d b, __m128d& p, __m128d& e) {
     const __m128d k = splat(134217729.0);  // 2^27 + 1
     const __m128d ca = _mm_mul_pd(a, k), cb = _mm_mul_pd(b, k);
     const __m128d ah = _mm_sub_pd(ca, _mm_sub_pd(ca, a)), bh = _mm_sub_pd(cb, _mm_sub_pd(cb, b));
@@ -145,15 +154,42 @@ inline void two_prod(__m128d a, __m128d b, __m128d& p, __m128d& e) {
                    _mm_mul_pd(al, bl));
 }
 
+template <class S>
+QLM_ERF_INLINE __m128d erf_pair(__m128d x) {
+    const __m128d sign = sign_of(x);
+    const __m128d ax = _mm_xor_pd(x, sign);
+    if constexpr (S::exact) {
+        // c0 + t c1 as an exact product and sum (|c0| > |t c1| on every
+        // piece), the rest below a tenth of it: one rounding of size.
+        // Below 2^-960 (denormals) Dekker's split loses bits: those lanes
+        // run 2^64 higher, where erf is still exactly linear to 2^-1700,
+        // and are scaled back once at the end.
+        const __m128d tiny = _mm_cmplt_pd(ax, splat(0x1p-960));
+        const __m128d up = _mm_blendv_pd(splat(1.0), splat(0x1p64), tiny);
+        const __m128d down = _mm_blendv_pd(splat(1.0), splat(0x1p-64), tiny);
+        piece_split parts;
+        const piece_value v = erf_piece<S, true>(_mm_mul_pd(ax, up), &parts);
+        __m128d ph, pl;
+        two_prod(v.t, parts.c1, ph, pl);
+        const __m128d s = _mm_add_pd(v.c0, ph);
+        const __m128d e = _mm_sub_pd(ph, _mm_sub_pd(s, v.c0));
+        const __m128d rest = _mm_add_pd(_mm_add_pd(e, pl), _mm_add_pd(parts.lo, parts.t2q));
+        return _mm_or_pd(_mm_mul_pd(_mm_add_pd(s, rest), down), sign);
+    } else {
+        const piece_value v = erf_piece<S>(ax);
+        return _mm_or_pd(_mm_add_pd(v.c0, v.tail), sign);
+    }
+}
+
 // x with its low 27 mantissa bits cleared: 26 significant bits, so that its
 // square and its product with a 26-bit constant are exact.
-inline __m128d high_half(__m128d x) { return _mm_and_pd(x, qlm::vector::splat_bits(0xFFFFFFFFF8000000ull)); }
+QLM_ERF_INLINE __m128d high_half(__m128d x) { return _mm_and_pd(x, qlm::vector::splat_bits(0xFFFFFFFFF8000000ull)); }
 
 // e^(-(sh + sl)) G(a) as vh + vl (vl zero unless S::exact), for 0 <= a
 // below 28 and sh below 710: every such value is normal.  `la` is the
 // rounding of a, zero but for CdfNorm HA.
 template <class S>
-inline void erfc_magnitude(__m128d a, __m128d la, __m128d sh, __m128d sl, __m128d& vh, __m128d& vl) {
+QLM_ERF_INLINE void erfc_magnitude(__m128d a, __m128d la, __m128d sh, __m128d sl, __m128d& vh, __m128d& vl) {
     constexpr double kInvStep = 0x1.71547652b82fep+6;  // 64/ln2
     constexpr double kStep1 = 0x1.62e42fefa0000p-7;    // ln2/64 to 36 bits: n kStep1 exact for |n| < 2^17
     constexpr double kStep2 = 0x1.cf79abc9e3b3ap-46;
@@ -213,7 +249,7 @@ inline void erfc_magnitude(__m128d a, __m128d la, __m128d sh, __m128d sl, __m128
 // 2 - (vh + vl) where `negative`, vh + vl elsewhere.  2 >= vh, so the
 // two-sum needs no ordering test.
 template <class S>
-inline __m128d reflect(__m128d vh, __m128d vl, __m128d negative) {
+QLM_ERF_INLINE __m128d reflect(__m128d vh, __m128d vl, __m128d negative) {
     __m128d m;
     if constexpr (S::exact) {
         const __m128d s = _mm_sub_pd(splat(2.0), vh);
@@ -226,7 +262,7 @@ inline __m128d reflect(__m128d vh, __m128d vl, __m128d negative) {
 }
 
 template <class S>
-inline __m128d erfc_pair(__m128d x) {
+QLM_ERF_INLINE __m128d erfc_pair(__m128d x) {
     const __m128d sign = sign_of(x);
     const __m128d ax = _mm_xor_pd(x, sign);
     __m128d sh = _mm_mul_pd(ax, ax), sl = _mm_setzero_pd();
@@ -241,7 +277,7 @@ inline __m128d erfc_pair(__m128d x) {
 }
 
 template <class S>
-inline __m128d cdfnorm_pair(__m128d x) {
+QLM_ERF_INLINE __m128d cdfnorm_pair(__m128d x) {
     constexpr double kInvSqrt2 = 0x1.6a09e667f3bcdp-1;
     constexpr double kInvSqrt2High = 0x1.6a09e6p-1;        // 25 bits: its product with xh is exact
     constexpr double kInvSqrt2Low = 0x1.9fcef32422cbfp-27;  // 1/sqrt 2 - kInvSqrt2High
@@ -281,14 +317,35 @@ struct double_plan {
     static bool screen(__m128d x0, __m128d x1) {
         return qlm::vector::all_magnitudes_below(qlm::vector::high_words(x0, x1), static_cast<int32_t>(Limit), 0xF);
     }
-    static bool screen_one(__m128d x) { return screen(x, x); }
-    static __m128d value(__m128d x) { return Value::pair(x); }
-    static bool special(int32_t i, const double* a, double* y) {
-        if (screen_one(_mm_set1_pd(a[i]))) return false;
-        scalar_element<Element>(i, a, y);
-        return true;
-    }
+    QLM_ERF_INLINE static __m128d fast(__m128d x) { return Value::pair(x); }
+    static bool lane_ok(double x) { return screen(_mm_set1_pd(x), _mm_set1_pd(x)); }
+    static void reject(int32_t i, const double* a, double* y) { scalar_element<Element>(i, a, y); }
 };
+
+// The group loop of the double routines: four doubles a turn in two pairs,
+// inputs and outputs in 8-byte halves.  A rejected group keeps the fast
+// results of its screened lanes and recomputes the rejected lanes, in
+// order, through the per-element routine; the elements after the last
+// whole group run the same arithmetic on one lane, each screened by itself.
+template <class R>
+void run_double_groups(int32_t n, const double* a, double* y) {
+    using qlm::vector::load_halves;
+    using qlm::vector::store_halves;
+    int32_t i = 0;
+    for (; n - i >= 4; i += 4) {
+        const __m128d x0 = load_halves(a + i), x1 = load_halves(a + i + 2);
+        const bool ok = R::screen(x0, x1);
+        store_halves(y + i, R::fast(x0));
+        store_halves(y + i + 2, R::fast(x1));
+        if (ok) continue;
+        for (int k = 0; k < 4; ++k)
+            if (!R::lane_ok(a[i + k])) R::reject(i + k, a, y);
+    }
+    for (; i < n; ++i) {
+        if (R::lane_ok(a[i])) _mm_storel_pd(y + i, R::fast(_mm_set1_pd(a[i])));
+        else R::reject(i, a, y);
+    }
+}
 
 // A single routine: the float bits of |x| below Limit, each four floats
 // widened to two pairs for Value::pair and narrowed once at the end.
@@ -297,7 +354,7 @@ struct single_plan {
     static bool screen(__m128 x) {
         return qlm::vector::all_magnitudes_below(_mm_castps_si128(x), static_cast<int32_t>(Limit), 0xF);
     }
-    static __m128 fast(__m128 x) {
+    QLM_ERF_INLINE static __m128 fast(__m128 x) {
         const __m128d lo = Value::pair(_mm_cvtps_pd(x));
         const __m128d hi = Value::pair(_mm_cvtps_pd(_mm_movehl_ps(x, x)));
         return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi));
@@ -333,15 +390,15 @@ void run_single_groups(int32_t n, const float* a, float* y) {
 
 template <class S>
 struct erf_value {
-    static __m128d pair(__m128d x) { return erf_pair<S>(x); }
+    QLM_ERF_INLINE static __m128d pair(__m128d x) { return erf_pair<S>(x); }
 };
 template <class S>
 struct erfc_value {
-    static __m128d pair(__m128d x) { return erfc_pair<S>(x); }
+    QLM_ERF_INLINE static __m128d pair(__m128d x) { return erfc_pair<S>(x); }
 };
 template <class S>
 struct cdfnorm_value {
-    static __m128d pair(__m128d x) { return cdfnorm_pair<S>(x); }
+    QLM_ERF_INLINE static __m128d pair(__m128d x) { return cdfnorm_pair<S>(x); }
 };
 
 }  // namespace qlm::special::erf_vector
@@ -350,7 +407,7 @@ struct cdfnorm_value {
 #define QLM_ERF_DOUBLE_KERNEL(routine, ...)                                                          \
     extern "C" void routine(int32_t n, const double* a, double* y) {                                 \
         qlm::frame::kernel_frame frame;                                                              \
-        if (n > 0) qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<__VA_ARGS__>>(n, a, y); \
+        if (n > 0) qlm::special::erf_vector::run_double_groups<__VA_ARGS__>(n, a, y); \
     }
 #define QLM_ERF_SINGLE_KERNEL(routine, ...)                                 \
     extern "C" void routine(int32_t n, const float* a, float* y) {          \
