@@ -4,7 +4,7 @@
 // follow the exponent, and 2 - that for x < 0.
 //
 // Double HA: degree 11 (fit 2^-56) with a double-double finish, about 0.6
-// ulp; LA (also the EP slot): degree 10 (2^-54), plain finish, about 2 ulp.
+// ulp; LA (also the EP slot): degree 10 (2^-54), plain finish, about 1.5 ulp.
 // Single HA and LA: the degree-6 fits in double, rounded once to float;
 // single EP: degree 3.
 // Screen: |x| < 26.5 in double, 9 in single: every screened result is
