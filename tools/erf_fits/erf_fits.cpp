@@ -221,7 +221,8 @@ void erfcx_target(mpfr_t y, const mpfr_t x) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // Trial mode: erf_fits trial LOG2S E0 TARGET prints only degrees.
+    // Trial mode, to choose the pieces: erf_fits trial LOG2S E0 TARGET TOP
+    // prints on stderr the degree both fits need on [0, TOP], and no table.
     const piece_set erf_pieces{3, 3, 6.0};
     const piece_set g_pieces{3, 3, 28.0};
     if (argc > 1 && std::string(argv[1]) == "trial") {

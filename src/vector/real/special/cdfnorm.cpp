@@ -5,7 +5,7 @@
 // accuracy in the lower tail.
 //
 // Double HA: double-double finish and G's argument corrected for the
-// rounding of |x|/sqrt 2 (about 0.6 ulp); LA: plain finish (about 1.9 ulp);
+// rounding of |x|/sqrt 2 (about 0.6 ulp); LA: plain finish (about 2.1 ulp);
 // EP: the 2^-30 fits.  Single HA and LA: the 2^-30 fits in double, rounded
 // once to float; single EP: the 2^-18 fits.
 // Screen: |x| < 37.5 in double, 12.5 in single: every screened result is

@@ -32,7 +32,7 @@
 // from the same split) and G at |x|/sqrt 2.
 //
 // Finish.  LA and the single-precision sets: 2^(j/64) c0 rounded once plus
-// the small remaining products (measured 1.5 ulp in Erfc, 1.9 in CdfNorm,
+// the small remaining products (measured 1.5 ulp in Erfc, 2.1 in CdfNorm,
 // whose argument |x|/sqrt 2 is rounded).  HA: the products in double-double
 // (the leading product by Dekker's split), 2 - v as an exact two-sum, and
 // for CdfNorm the argument of G corrected to first order (G' = 2aG - 2/sqrt
