@@ -238,20 +238,21 @@ void print_error_function_errors() {
         auto line = [&](const char* t, const char* who, double e) {
             std::printf("max error %s%-8s %-13s %12.3f ulp\n", t, r.name, who, e);
         };
-        for (int s = 0; s < 3; ++s) {
-            auto dk = r.dtab[s];
-            line("d", slots[s], max_error<double>([dk](int n, const double* a, const double*, double* y) { dk(n, a, y); }, r.d, r.exact));
-        }
-        if (r.sleef) line("d", r.sleef_label, max_error<double>(r.sleef, r.d, r.exact));
-        if (r.mvec) line("d", "libmvec", max_error<double>(r.mvec, r.d, r.exact));
-        line("d", "glibc_scalar", max_error<double>(r.scalar, r.d, r.exact));
-        for (int s = 0; s < 3; ++s) {
-            auto sk = r.stab[s];
-            line("s", slots[s], max_error<float>([sk](int n, const float* a, const float*, float* y) { sk(n, a, y); }, r.d, r.exact));
-        }
-        if (r.sleeff) line("s", r.sleef_label, max_error<float>(r.sleeff, r.d, r.exact));
-        if (r.mvecf) line("s", "libmvec", max_error<float>(r.mvecf, r.d, r.exact));
-        line("s", "glibc_scalar", max_error<float>(r.scalarf, r.d, r.exact));
+        // One type's contenders: our three slots, then the peers present.
+        auto contenders = [&]<typename T>(const char* t, void (*const* table)(int32_t, const T*, T*),
+                                          const std::function<void(int, const T*, const T*, T*)>& sleef,
+                                          const std::function<void(int, const T*, const T*, T*)>& mvec,
+                                          const std::function<void(int, const T*, const T*, T*)>& scalar) {
+            for (int s = 0; s < 3; ++s) {
+                auto k = table[s];
+                line(t, slots[s], max_error<T>([k](int n, const T* a, const T*, T* y) { k(n, a, y); }, r.d, r.exact));
+            }
+            if (sleef) line(t, r.sleef_label, max_error<T>(sleef, r.d, r.exact));
+            if (mvec) line(t, "libmvec", max_error<T>(mvec, r.d, r.exact));
+            line(t, "glibc_scalar", max_error<T>(scalar, r.d, r.exact));
+        };
+        contenders("d", r.dtab, r.sleef, r.mvec, r.scalar);
+        contenders("s", r.stab, r.sleeff, r.mvecf, r.scalarf);
     }
 }
 
