@@ -117,17 +117,18 @@ struct jump_table {
 constexpr jump_table<m1> jump_x({static_cast<uint32_t>(m1 - bx), static_cast<uint32_t>(ax), 0});
 constexpr jump_table<m2> jump_y({static_cast<uint32_t>(m2 - by), 0, static_cast<uint32_t>(ay)});
 
-// (M v) mod m for entries and values below m < 2^32.  Each product is
-// folded once by 2^32 = fold (below 2^47), the three summed (below 2^49),
-// folded again (below 2^33) and finished by two conditional subtractions.
+// (M v) mod m for entries and values below m < 2^32.  The high halves of
+// the three products are summed and folded once by 2^32 = fold, the low
+// halves added (below 2^49 in all), folded again (below 2^33), and two
+// conditional subtractions finish.
 template <uint64_t modulus, uint64_t fold>
 inline void jump(const matrix& mat, const uint32_t* v, uint32_t* out) {
+    const uint64_t v0 = v[0], v1 = v[1], v2 = v[2];
+#pragma GCC unroll 3
     for (int i = 0; i < 3; ++i) {
-        uint64_t t = 0;
-        for (int k = 0; k < 3; ++k) {
-            const uint64_t p = uint64_t{mat[i][k]} * v[k];
-            t += (p >> 32) * fold + (p & 0xFFFFFFFFu);
-        }
+        const uint64_t p0 = mat[i][0] * v0, p1 = mat[i][1] * v1, p2 = mat[i][2] * v2;
+        uint64_t t = ((p0 >> 32) + (p1 >> 32) + (p2 >> 32)) * fold + (p0 & 0xFFFFFFFFu) + (p1 & 0xFFFFFFFFu) +
+                     (p2 & 0xFFFFFFFFu);
         t = (t >> 32) * fold + (t & 0xFFFFFFFFu);
         t = t >= modulus ? t - modulus : t;
         t = t >= modulus ? t - modulus : t;
