@@ -1,7 +1,7 @@
 // Basic generators against the standard library's and GSL's engines, in
-// blocks of 1000: 32-bit integer output, and double uniforms on [0, 1)
-// (std::uniform_real_distribution over the std engines, gsl_rng_uniform for
-// GSL).  Ours fill the block in one call; the peers one element at a time,
+// blocks of 1000: 32-bit integer output, and double and float uniforms on
+// [0, 1) (std::uniform_real_distribution over the std engines,
+// gsl_rng_uniform for GSL, rounded to float for the float rows).  Ours fill the block in one call; the peers one element at a time,
 // as their interfaces give.
 #include <gsl/gsl_rng.h>
 
@@ -39,6 +39,19 @@ void ours_double(benchmark::State& state, int32_t brng) {
     __vxsDeleteStream(&s);
 }
 
+void ours_float(benchmark::State& state, int32_t brng) {
+    void* s = nullptr;
+    const uint32_t seed = 7;
+    __vxsNewStreamEx(&s, brng, 1, &seed);
+    aligned_buffer<float> r(block);
+    for (auto _ : state) {
+        _vxssRngUniform(0, s, block, r.data, 0.0f, 1.0f);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * block);
+    __vxsDeleteStream(&s);
+}
+
 // 32-bit words: the generator's own elements where they are 32-bit, the
 // full-word operation for MCG59, and WH's four 24-bit components as four.
 void ours_words(benchmark::State& state, int32_t brng) {
@@ -70,6 +83,18 @@ void std_double(benchmark::State& state) {
 }
 
 template <typename Engine>
+void std_float(benchmark::State& state) {
+    Engine e(7);
+    std::uniform_real_distribution<float> u(0.0f, 1.0f);
+    aligned_buffer<float> r(block);
+    for (auto _ : state) {
+        for (int32_t i = 0; i < block; ++i) r.data[i] = u(e);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * block);
+}
+
+template <typename Engine>
 void std_words(benchmark::State& state) {
     Engine e(7);
     aligned_buffer<uint32_t> r(block);
@@ -86,6 +111,18 @@ void gsl_double(benchmark::State& state, const gsl_rng_type* type) {
     aligned_buffer<double> r(block);
     for (auto _ : state) {
         for (int32_t i = 0; i < block; ++i) r.data[i] = gsl_rng_uniform(g);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * block);
+    gsl_rng_free(g);
+}
+
+void gsl_float(benchmark::State& state, const gsl_rng_type* type) {
+    gsl_rng* g = gsl_rng_alloc(type);
+    gsl_rng_set(g, 7);
+    aligned_buffer<float> r(block);
+    for (auto _ : state) {
+        for (int32_t i = 0; i < block; ++i) r.data[i] = static_cast<float>(gsl_rng_uniform(g));
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * block);
@@ -110,24 +147,26 @@ int main(int argc, char** argv) {
     const std::vector<std::string> peers = {"std_minstd_rand", "std_mt19937", "gsl_mt19937", "gsl_taus2",
                                             "gsl_mrg"};
     const gsl_rng_type* gsl_types[] = {gsl_rng_mt19937, gsl_rng_taus2, gsl_rng_mrg};
-    for (const char* form : {"double", "words"}) {
-        const bool dbl = std::string(form) == "double";
+    for (const std::string form : {"double", "float", "words"}) {
+        const bool dbl = form == "double", flt = form == "float";
         for (const generator& g : ours)
-            benchmark::RegisterBenchmark((std::string(form) + "/" + g.name).c_str(),
-                                         dbl ? ours_double : ours_words, g.brng);
+            benchmark::RegisterBenchmark((form + "/" + g.name).c_str(),
+                                         dbl ? ours_double : flt ? ours_float : ours_words, g.brng);
         if (dbl) {
             benchmark::RegisterBenchmark("double/std_minstd_rand", std_double<std::minstd_rand>);
             benchmark::RegisterBenchmark("double/std_mt19937", std_double<std::mt19937>);
+        } else if (flt) {
+            benchmark::RegisterBenchmark("float/std_minstd_rand", std_float<std::minstd_rand>);
+            benchmark::RegisterBenchmark("float/std_mt19937", std_float<std::mt19937>);
         } else {
             benchmark::RegisterBenchmark("words/std_minstd_rand", std_words<std::minstd_rand>);
             benchmark::RegisterBenchmark("words/std_mt19937", std_words<std::mt19937>);
         }
         for (int k = 0; k < 3; ++k)
-            benchmark::RegisterBenchmark((std::string(form) + "/" + peers[2 + k]).c_str(),
-                                         dbl ? gsl_double : gsl_words, gsl_types[k]);
+            benchmark::RegisterBenchmark((form + "/" + peers[2 + k]).c_str(),
+                                         dbl ? gsl_double : flt ? gsl_float : gsl_words, gsl_types[k]);
         for (const generator& g : ours)
-            for (const std::string& p : peers)
-                qlm::bench::compare(std::string(form) + "/" + g.name, std::string(form) + "/" + p);
+            for (const std::string& p : peers) qlm::bench::compare(form + "/" + g.name, form + "/" + p);
     }
     return qlm::bench::run_and_compare(argc, argv);
 }
