@@ -6,10 +6,14 @@
 // first steps, then delivers, so the first element after seeding is z of the
 // first new step.
 //
-// One element at a time (short calls and the last few elements of a long
-// one): sums in 64-bit integers, kept non-negative by a bias that is a
-// multiple of the modulus, reduced twice by 2^32 = 209 (or 22853) and once
-// more by a subtract and conditional add.
+// Three paths give the same integers.  Calls of 96 elements or more take the
+// double lanes described next; calls of 16 to 95, and all calls under a
+// directed rounding mode, take integer lanes sixteen steps apart; the rest,
+// and the last few elements of any call, go one at a time.
+//
+// One element at a time: sums in 64-bit integers, kept non-negative by a
+// bias that is a multiple of the modulus, reduced twice by 2^32 = 209 (or
+// 22853) and once more by a subtract and conditional add.
 //
 // Bulk output runs the ORIGINAL recurrences in double-precision lanes, as
 // 12 independent chains that each fill one contiguous stretch of L elements
@@ -25,7 +29,7 @@
 // gives a quotient of exactly -1; every other t lies at least 1/m1 from an
 // integer quotient, far beyond the 2^-50 error.  The lanes need round-to-
 // nearest in MXCSR (a zero difference is then +0, never -0 with its sign
-// bit set); a caller in another mode gets the one-at-a-time path.
+// bit set); a caller in another mode gets the sixteen-apart path below.
 //
 // Chain j starts from the state jumped ahead j L steps by the L-th power of
 // each companion matrix, from a table built at compile time; the 22 products
@@ -45,6 +49,7 @@
 
 #include <array>
 #include <bit>
+#include <type_traits>
 
 #include "random/streams/output_sinks.h"
 #include "random/streams/stream.h"
@@ -260,38 +265,26 @@ inline __m128d element(__m128d x, __m128d y, const lane_constants& c) {
 
 // Where the lanes' elements go.  z holds two elements as exact integers,
 // lane 0 for r[i0] and lane 1 for r[i1]; the scale and offset are kept in
-// registers for the pass.
-template <typename Sink>
-struct lane_sink;
-
-template <>
-struct lane_sink<double_sink> {
-    double* r;
+// registers for the pass, and floats are the doubles rounded on the store.
+template <typename T>
+struct scaled_lanes {
+    T* r;
     __m128d scale, a;
-    explicit lane_sink(const double_sink& s) : r(s.r), scale(_mm_set1_pd(s.scale)), a(_mm_set1_pd(s.a)) {}
     void store(int32_t i0, int32_t i1, __m128d z) const {
         const __m128d d = _mm_add_pd(_mm_mul_pd(z, scale), a);
-        _mm_store_sd(r + i0, d);
-        _mm_storeh_pd(r + i1, d);
+        if constexpr (std::is_same_v<T, double>) {
+            _mm_store_sd(r + i0, d);
+            _mm_storeh_pd(r + i1, d);
+        } else {
+            const __m128 f = _mm_cvtpd_ps(d);
+            _mm_store_ss(r + i0, f);
+            _mm_store_ss(r + i1, _mm_movehdup_ps(f));
+        }
     }
 };
 
-template <>
-struct lane_sink<single_sink> {
-    float* r;
-    __m128d scale, a;
-    explicit lane_sink(const single_sink& s) : r(s.r), scale(_mm_set1_pd(s.scale)), a(_mm_set1_pd(s.a)) {}
-    void store(int32_t i0, int32_t i1, __m128d z) const {
-        const __m128 f = _mm_cvtpd_ps(_mm_add_pd(_mm_mul_pd(z, scale), a));
-        _mm_store_ss(r + i0, f);
-        _mm_store_ss(r + i1, _mm_movehdup_ps(f));
-    }
-};
-
-template <>
-struct lane_sink<word_sink> {
+struct word_lanes {
     uint32_t* r;
-    explicit lane_sink(const word_sink& s) : r(s.r) {}
     void store(int32_t i0, int32_t i1, __m128d z) const {
         // z + 2^52 holds z in the low 32 bits of its significand.
         const __m128 w = _mm_castpd_ps(_mm_add_pd(z, _mm_set1_pd(4503599627370496.0)));
@@ -299,6 +292,10 @@ struct lane_sink<word_sink> {
         _mm_store_ss(reinterpret_cast<float*>(r + i1), _mm_movehl_ps(w, w));
     }
 };
+
+inline scaled_lanes<double> lanes_of(const double_sink& s) { return {s.r, _mm_set1_pd(s.scale), _mm_set1_pd(s.a)}; }
+inline scaled_lanes<float> lanes_of(const single_sink& s) { return {s.r, _mm_set1_pd(s.scale), _mm_set1_pd(s.a)}; }
+inline word_lanes lanes_of(const word_sink& s) { return {s.r}; }
 
 // History rows of one pass: row k holds v(n) of every chain for one step,
 // register p holding chains 2p and 2p + 1.  The rows run up the buffer for
@@ -323,9 +320,9 @@ inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants&
 }
 
 // The elements of row k, element index i of each chain's stretch.
-template <typename Sink>
-inline void emit_row(const history& hx, const history& hy, int32_t k, const lane_constants& c,
-                     const lane_sink<Sink>& out, int32_t first, int32_t length, int32_t i) {
+template <typename Lanes>
+inline void emit_row(const history& hx, const history& hy, int32_t k, const lane_constants& c, const Lanes& out,
+                     int32_t first, int32_t length, int32_t i) {
 #pragma GCC unroll 8
     for (int p = 0; p < pairs; ++p)
         out.store(first + 2 * p * length + i, first + (2 * p + 1) * length + i, element(hx[k][p], hy[k][p], c));
@@ -340,7 +337,7 @@ template <typename Sink>
 void run_chains(const uint32_t (&start_x)[chains][3], const uint32_t (&start_y)[chains][3], int32_t length,
                 int32_t first, const Sink& sink, mrg32k3a_state& s) {
     constexpr int32_t lag = 2;
-    const lane_sink<Sink> out(sink);
+    const auto out = lanes_of(sink);
     const lane_constants c;
     alignas(16) history hx, hy;
     for (int p = 0; p < pairs; ++p)
@@ -370,9 +367,9 @@ void run_chains(const uint32_t (&start_x)[chains][3], const uint32_t (&start_y)[
     }
 }
 
-// The lanes' sign tests and shifter-free rounding assume round-to-nearest
-// in MXCSR (a difference of equal values is then +0); under any other
-// caller mode a call takes the one-at-a-time path, which is exact in all.
+// The lanes' sign test on y needs round-to-nearest in MXCSR (a difference of
+// equal values is then +0, never -0); a caller in another mode gets the
+// sixteen-apart integer path, exact in every mode.
 inline bool rounding_is_nearest() { return (_mm_getcsr() & 0x6000) == 0; }
 
 template <typename Sink>
