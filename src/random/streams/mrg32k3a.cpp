@@ -91,8 +91,8 @@ inline uint32_t combine(uint32_t x, uint32_t y) {
 
 // ---- Sixteen apart -------------------------------------------------------
 
-// Calls of 16 to a few hundred elements, and every call under a directed
-// rounding mode: integer lanes that jump sixteen steps at once with the
+// Calls of 16 to 95 elements, and every call under a directed rounding
+// mode: integer lanes that jump sixteen steps at once with the
 // first row of the 16th power of the companion matrices,
 //   x(n+16) = 0x2BE4D11D x(n) - 0x4F76450B x(n+1) + 0x1464380F x(n+2)
 //   y(n+16) = 0x30C751B6 y(n) - 0x1E0D0594 y(n+1) - 0x2CDBC50E y(n+2)
