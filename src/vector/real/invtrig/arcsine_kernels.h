@@ -2,7 +2,7 @@
 // invtrig_wide.h, each in front of the per-element plan of asin_core.h.
 //
 // Double HA: the careful form, root as a pair and the constant added
-// exactly (about 0.52 ulp).  Double LA: the plain form with the 2^-51 fit
+// exactly (about 0.6 ulp).  Double LA: the plain form with the 2^-51 fit
 // (about 1.5 ulp).  Double EP: the plain form with the 2^-30 fit.  Single
 // HA: the plain double form with the 2^-30 fit in double pairs (0.5 ulp and
 // a hair).  Single LA and EP: the plain form in float lanes with the
@@ -19,17 +19,17 @@ namespace qlm::invtrig {
 
 template <bool Acos>
 struct arcsine_careful_d {
-    static __m128d value(__m128d x) { return arcsine_careful<Acos>(x); }
+    static __m128d value(__m128d x) { return arcsine<Acos, true>(x, asin_tail_d); }
 };
 template <bool Acos, const auto& Tail>
 struct arcsine_plain_of {
     template <class V>
-    static V value(V x) { return arcsine_plain<Acos>(x, Tail); }
+    static V value(V x) { return arcsine<Acos, false>(x, Tail); }
 };
 template <bool Acos>
 struct arcsine_in_double_pairs {
     static __m128 value(__m128 x) {
-        return in_double_pairs(x, [](__m128d v) { return arcsine_plain<Acos>(v, asin_tail_m); });
+        return in_double_pairs(x, [](__m128d v) { return arcsine<Acos, false>(v, asin_tail_m); });
     }
 };
 

@@ -7,8 +7,7 @@
 // plain form with the 2^-30 fit.  Single HA runs the plain double form
 // with the 2^-30 fit in double pairs (0.5 ulp and a hair); single LA and
 // EP the plain form in float lanes with the 2^-22 and 2^-12 fits.
-// Screen: finite inputs, and below 2^512 for the careful form, whose exact
-// products would overflow beyond.  The rest goes to the per-element
+// Screen: finite inputs.  The rest goes to the per-element
 // routine below (the eighths reduction of atan_core.h in double): NaN for
 // NaN and +-pi/2 for +-infinity, without a status.  atan(x) of a denormal
 // is x itself (correctly rounded), so no status either.
@@ -56,8 +55,10 @@ vec_t<T> atan_plain(vec_t<T> x, const T (&tail)[N]) {
 
 struct atan_careful_d {
     static __m128d value(__m128d x) {
-        const __m128d ax = _mm_andnot_pd(element<double>::sign(), x);
-        return _mm_or_pd(angle_careful(ax, _mm_set1_pd(1), _mm_setzero_pd()), _mm_and_pd(x, element<double>::sign()));
+        // Beyond 2^60, atan(x) rounds to the double nearest pi/2 whatever
+        // 1/x is, so clamping keeps the result and the exact products small.
+        const __m128d ax = _mm_min_pd(_mm_andnot_pd(element<double>::sign(), x), _mm_set1_pd(0x1p60));
+        return _mm_or_pd(angle_careful<false>(ax, _mm_set1_pd(1), _mm_setzero_pd()), _mm_and_pd(x, element<double>::sign()));
     }
 };
 template <const auto& Tail>
@@ -76,7 +77,7 @@ using old_d_ep = atan_plan<double, 3, false, kD>;
 
 }  // namespace
 
-QLM_INVTRIG_DOUBLE_UNARY(qlmk_dAtan_LA, qlm::frame::kX87None, double_unary<atan_careful_d, 0x5FF00000u, old_d_la>)
+QLM_INVTRIG_DOUBLE_UNARY(qlmk_dAtan_LA, qlm::frame::kX87None, double_unary<atan_careful_d, 0x7FF00000u, old_d_la>)
 QLM_INVTRIG_DOUBLE_UNARY(qlmk_dAtan_EP, qlm::frame::kX87None, double_unary<atan_plain_of<atan_tail_m>, 0x7FF00000u, old_d_ep>)
 QLM_INVTRIG_SINGLE_UNARY(qlmk_sAtan_HA, qlm::frame::kX87None, single_unary<atan_in_double_pairs, 0x7F800000u, atan_plan<float, 3, false, kS>>)
 QLM_INVTRIG_SINGLE_UNARY(qlmk_sAtan_LA, qlm::frame::kX87None, single_unary<atan_plain_of<atan_tail_f>, 0x7F800000u, atan_plan<float, 2, false, kS>>)

@@ -28,6 +28,7 @@
 
 #include <smmintrin.h>
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -97,19 +98,45 @@ inline vec_t<T> splat(T c) {
     return element<T>::splat(c);
 }
 
+// Estrin's scheme: pairs c[i] + c[i+1] s joined by s^2, s^4, s^8, so
+// that the dependent chain is log2 of the degree long instead of the
+// degree (the kernels are bound by that chain, not by the operation
+// count).  p[j] holds s^(2^j).
+template <std::size_t N, typename T>
+inline vec_t<T> estrin(const T* c, const vec_t<T>* p) {
+    if constexpr (N == 1) {
+        return splat<T>(c[0]);
+    } else {
+        constexpr std::size_t half = std::bit_floor(N - 1);
+        return add(estrin<half, T>(c, p), mul(p[std::countr_zero(half)], estrin<N - half, T>(c + half, p)));
+    }
+}
 template <typename T, std::size_t N>
-inline vec_t<T> horner(const T (&c)[N], vec_t<T> s) {
-    vec_t<T> p = splat<T>(c[N - 1]);
-    for (int i = static_cast<int>(N) - 2; i >= 0; --i) p = add(mul(p, s), splat<T>(c[i]));
-    return p;
+inline vec_t<T> polynomial(const T (&c)[N], vec_t<T> s) {
+    vec_t<T> p[4] = {s, s, s, s};
+    for (int j = 1; j < 4; ++j) p[j] = mul(p[j - 1], p[j - 1]);
+    return estrin<N, T>(c, p);
 }
 
-// k pi/4 + v for k = 0..4 held in a register: the head times k is exact,
-// the rest joins v before the one rounding that matters.
+// (hi, lo) with hi + lo = a + b exactly, for |a| >= |b| or a == 0.
 template <typename T>
-inline vec_t<T> octant_plus(vec_t<T> k, vec_t<T> v) {
+struct pair_sum {
+    vec_t<T> hi, lo;
+};
+template <typename T>
+inline pair_sum<T> fast_two_sum(vec_t<T> a, vec_t<T> b) {
+    const vec_t<T> s = add(a, b);
+    return {s, sub(b, sub(s, a))};
+}
+
+// k pi/4 + (vh + vl), k = 0..4 in a register, |vh| <= |k pi/4| where k is
+// not 0: the head of the constant times k is exact and vh joins it
+// exactly, so the only roundings that count are vl's and the last one.
+template <typename T>
+inline vec_t<T> octant_plus(vec_t<T> k, vec_t<T> vh, vec_t<T> vl) {
     const T* q = element<T>::quarter_pi;
-    return add(mul(k, splat<T>(q[0])), add(v, mul(k, splat<T>(q[1]))));
+    const pair_sum<T> h = fast_two_sum<T>(mul(k, splat<T>(q[0])), vh);
+    return add(h.hi, add(h.lo, add(mul(k, splat<T>(q[1])), vl)));
 }
 
 // The first-octant reduction shared by both forms: which lanes swapped
@@ -141,20 +168,12 @@ inline vec_t<T> angle_plain(vec_t<T> ax, vec_t<T> bx, vec_t<T> bneg, const T (&t
     const octant<T> o(ax, bx, bneg);
     const V t = div(select(o.mid, sub(o.num, o.den), o.num), select(o.mid, add(o.num, o.den), o.den));
     const V s = mul(t, t);
-    const V p = add(t, mul(t, mul(s, horner(tail, s))));
-    return octant_plus<T>(o.k, bxor(p, o.flip));
+    const V rest = mul(t, mul(s, polynomial(tail, s)));
+    return octant_plus<T>(o.k, bxor(t, o.flip), bxor(rest, o.flip));
 }
 
-// (hi, lo) with hi + lo = a + b exactly, for |a| >= |b| or a == 0.
-struct pair_sum {
-    __m128d hi, lo;
-};
-inline pair_sum fast_two_sum(__m128d a, __m128d b) {
-    const __m128d s = add(a, b);
-    return {s, sub(b, sub(s, a))};
-}
 // a * b exactly as hi + lo (Dekker's split; no fused multiply-add here).
-inline pair_sum two_prod(__m128d a, __m128d b) {
+inline pair_sum<double> two_prod(__m128d a, __m128d b) {
     const __m128d c = _mm_set1_pd(134217729.0);  // 2^27 + 1
     const __m128d ca = mul(c, a), cb = mul(c, b);
     const __m128d ah = sub(ca, sub(ca, a)), bh = sub(cb, sub(cb, b));
@@ -165,35 +184,36 @@ inline pair_sum two_prod(__m128d a, __m128d b) {
 // 1/d to about 12 bits, for |d| within the float range.
 inline __m128d reciprocal_estimate(__m128d d) { return _mm_cvtps_pd(_mm_rcp_ps(_mm_cvtpd_ps(d))); }
 
-// k pi/4 + (vh + vl) with the head of the constant and vh added exactly:
-// |k pi/4| >= |vh| wherever k is not 0.
-inline __m128d octant_plus_pair(__m128d k, __m128d vh, __m128d vl) {
-    const pair_sum h = fast_two_sum(mul(k, _mm_set1_pd(quarter_pi_d[0])), vh);
-    return add(h.hi, add(h.lo, add(mul(k, _mm_set1_pd(quarter_pi_d[1])), vl)));
-}
-
-// The careful double form of angle_plain.  Callers keep both arguments
-// within 2^+-500, so that the scaled values below stay normal.
+// The careful double form of angle_plain.  With Scale, both arguments are
+// first brought near 1 by a power of two, for callers whose arguments
+// reach 2^+-500 (Atan2); without, den must stay below 2^100 (Atan clamps).
+template <bool Scale>
 inline __m128d angle_careful(__m128d ax, __m128d bx, __m128d bneg) {
     const octant<double> o(ax, bx, bneg);
-    // Scale both by the power of two that brings den into [1, 2): the
-    // exact products cannot overflow and den's reciprocal fits a float.
-    const __m128i exponent = _mm_and_si128(_mm_castpd_si128(o.den), _mm_set1_epi64x(0x7FF0000000000000ll));
-    const __m128d scale = _mm_castsi128_pd(_mm_sub_epi64(_mm_set1_epi64x(0x7FE0000000000000ll), exponent));
-    const __m128d num = mul(o.num, scale), den = mul(o.den, scale);
+    __m128d num = o.num, den = o.den;
+    if constexpr (Scale) {
+        // den into [1, 2): the exact products cannot overflow and den's
+        // reciprocal fits a float.
+        const __m128i e = _mm_and_si128(_mm_castpd_si128(den), _mm_set1_epi64x(0x7FF0000000000000ll));
+        const __m128d scale = _mm_castsi128_pd(_mm_sub_epi64(_mm_set1_epi64x(0x7FE0000000000000ll), e));
+        num = mul(num, scale);
+        den = mul(den, scale);
+    }
     // On the mid lanes n = num - den and d = num + den as exact pairs
     // (|den| >= |num|); elsewhere n = num, d = den.
-    const pair_sum nd = fast_two_sum(sub(_mm_setzero_pd(), den), num);
-    const pair_sum sd = fast_two_sum(den, num);
+    const pair_sum<double> nd = fast_two_sum<double>(sub(_mm_setzero_pd(), den), num);
+    const pair_sum<double> sd = fast_two_sum<double>(den, num);
     const __m128d nh = select(o.mid, nd.hi, num), nl = band(o.mid, nd.lo);
     const __m128d dh = select(o.mid, sd.hi, den), dl = band(o.mid, sd.lo);
     const __m128d th = div(nh, dh);
-    const pair_sum p = two_prod(th, dh);
+    // The quotient's rounding error from its exact residual, off the
+    // chain that leads from th through the polynomial.
+    const pair_sum<double> p = two_prod(th, dh);
     const __m128d residual = add(sub(sub(nh, p.hi), p.lo), sub(nl, mul(th, dl)));
     const __m128d tl = mul(residual, reciprocal_estimate(dh));
     const __m128d s = mul(th, th);
-    const __m128d tail = add(tl, mul(th, mul(s, horner(atan_tail_d, s))));
-    return octant_plus_pair(o.k, bxor(th, o.flip), bxor(tail, o.flip));
+    const __m128d rest = add(tl, mul(th, mul(s, polynomial(atan_tail_d, s))));
+    return octant_plus<double>(o.k, bxor(th, o.flip), bxor(rest, o.flip));
 }
 
 // The arcsine reduction shared by both forms.
@@ -222,36 +242,30 @@ struct arcsine_parts {
     }
 };
 
-template <bool Acos, typename T, std::size_t N>
-inline vec_t<T> arcsine_plain(vec_t<T> x, const T (&tail)[N]) {
+// asin(x) or acos(x) for |x| < 1.  The leading term r (x itself, or the
+// root) joins the constant exactly; with Root set (double only) the root's
+// rounding error (z - r^2)/(2r) is added from the exact square, which the
+// careful double form needs and the plain forms skip.
+template <bool Acos, bool Root, typename T, std::size_t N>
+inline vec_t<T> arcsine(vec_t<T> x, const T (&tail)[N]) {
     using V = vec_t<T>;
     const arcsine_parts<T> a(x);
-    const V r = select(a.big, vsqrt(a.z), a.ax);
-    V w = add(r, mul(r, mul(a.z, horner(tail, a.z))));
-    w = add(w, band(a.big, w));  // 2w on the big lanes
+    const V root = vsqrt(a.z);
+    const V r = select(a.big, root, a.ax);
+    V rest = mul(r, mul(a.z, polynomial(tail, a.z)));
+    if constexpr (Root) {
+        const pair_sum<double> sq = two_prod(root, root);
+        const V rl = mul(sub(sub(a.z, sq.hi), sq.lo), mul(splat<T>(0.5), reciprocal_estimate(root)));
+        rest = add(rest, band(a.big, rl));
+    }
+    // 2w on the big lanes, both parts doubled exactly.
+    const V wh = add(r, band(a.big, r));
+    rest = add(rest, band(a.big, rest));
     V k, flip;
     a.template constants<Acos>(x, k, flip);
-    const V v = octant_plus<T>(k, bxor(w, flip));
+    const V v = octant_plus<T>(k, bxor(wh, flip), bxor(rest, flip));
     if constexpr (Acos) return v;
     else return bor(v, band(x, element<T>::sign()));
-}
-
-template <bool Acos>
-inline __m128d arcsine_careful(__m128d x) {
-    const arcsine_parts<double> a(x);
-    const __m128d root = _mm_sqrt_pd(a.z);
-    // The root's rounding error (z - r^2)/(2r), from the exact square.
-    const pair_sum sq = two_prod(root, root);
-    const __m128d rl = mul(sub(sub(a.z, sq.hi), sq.lo), mul(_mm_set1_pd(0.5), reciprocal_estimate(root)));
-    const __m128d rh = select(a.big, root, a.ax);
-    __m128d wl = add(band(a.big, rl), mul(rh, mul(a.z, horner(asin_tail_d, a.z))));
-    const __m128d wh = add(rh, band(a.big, rh));
-    wl = add(wl, band(a.big, wl));
-    __m128d k, flip;
-    a.template constants<Acos>(x, k, flip);
-    const __m128d v = octant_plus_pair(k, bxor(wh, flip), bxor(wl, flip));
-    if constexpr (Acos) return v;
-    else return _mm_or_pd(v, _mm_and_pd(x, element<double>::sign()));
 }
 
 // A float function evaluated in double pairs: four floats widen exactly,
