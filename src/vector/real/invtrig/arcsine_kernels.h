@@ -19,16 +19,16 @@ namespace qlm::invtrig {
 
 template <bool Acos>
 struct arcsine_careful_d {
-    static __m128d value(__m128d x) { return arcsine<Acos, true>(x, asin_tail_d); }
+    QLM_WIDE static __m128d value(__m128d x) { return arcsine<Acos, true>(x, asin_tail_d); }
 };
 template <bool Acos, const auto& Tail>
 struct arcsine_plain_of {
     template <class V>
-    static V value(V x) { return arcsine<Acos, false>(x, Tail); }
+    QLM_WIDE static V value(V x) { return arcsine<Acos, false>(x, Tail); }
 };
 template <bool Acos>
 struct arcsine_in_double_pairs {
-    static __m128 value(__m128 x) {
+    QLM_WIDE static __m128 value(__m128 x) {
         return in_double_pairs(x, [](__m128d v) { return arcsine<Acos, false>(v, asin_tail_m); });
     }
 };

@@ -48,13 +48,13 @@ namespace {
 using namespace qlm::invtrig;
 
 template <typename T, std::size_t N>
-vec_t<T> atan_plain(vec_t<T> x, const T (&tail)[N]) {
+QLM_WIDE vec_t<T> atan_plain(vec_t<T> x, const T (&tail)[N]) {
     const vec_t<T> ax = bandnot(element<T>::sign(), x);
-    return bor(angle_plain(ax, splat<T>(1), element<T>::zero(), tail), band(x, element<T>::sign()));
+    return bor(angle_plain<false>(ax, splat<T>(1), element<T>::zero(), tail), band(x, element<T>::sign()));
 }
 
 struct atan_careful_d {
-    static __m128d value(__m128d x) {
+    QLM_WIDE static __m128d value(__m128d x) {
         // Beyond 2^60, atan(x) rounds to the double nearest pi/2 whatever
         // 1/x is, so clamping keeps the result and the exact products small.
         const __m128d ax = _mm_min_pd(_mm_andnot_pd(element<double>::sign(), x), _mm_set1_pd(0x1p60));
@@ -64,10 +64,10 @@ struct atan_careful_d {
 template <const auto& Tail>
 struct atan_plain_of {
     template <class V>
-    static V value(V x) { return atan_plain(x, Tail); }
+    QLM_WIDE static V value(V x) { return atan_plain(x, Tail); }
 };
 struct atan_in_double_pairs {
-    static __m128 value(__m128 x) {
+    QLM_WIDE static __m128 value(__m128 x) {
         return in_double_pairs(x, [](__m128d v) { return atan_plain(v, atan_tail_m); });
     }
 };

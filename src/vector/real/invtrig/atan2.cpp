@@ -128,14 +128,14 @@ namespace {
 using namespace qlm::invtrig;
 
 template <typename T, std::size_t N>
-vec_t<T> atan2_plain(vec_t<T> a, vec_t<T> b, const T (&tail)[N]) {
+QLM_WIDE vec_t<T> atan2_plain(vec_t<T> a, vec_t<T> b, const T (&tail)[N]) {
     const vec_t<T> sign = element<T>::sign();
-    const vec_t<T> angle = angle_plain(bandnot(sign, a), bandnot(sign, b), less(b, element<T>::zero()), tail);
+    const vec_t<T> angle = angle_plain<true>(bandnot(sign, a), bandnot(sign, b), less(b, element<T>::zero()), tail);
     return bor(angle, band(a, sign));
 }
 
 struct atan2_careful_d {
-    static __m128d value(__m128d a, __m128d b) {
+    QLM_WIDE static __m128d value(__m128d a, __m128d b) {
         const __m128d sign = element<double>::sign();
         const __m128d angle = angle_careful<true>(_mm_andnot_pd(sign, a), _mm_andnot_pd(sign, b), _mm_cmplt_pd(b, _mm_setzero_pd()));
         return _mm_or_pd(angle, _mm_and_pd(a, sign));
@@ -144,10 +144,10 @@ struct atan2_careful_d {
 template <const auto& Tail>
 struct atan2_plain_of {
     template <class V>
-    static V value(V a, V b) { return atan2_plain(a, b, Tail); }
+    QLM_WIDE static V value(V a, V b) { return atan2_plain(a, b, Tail); }
 };
 struct atan2_in_double_pairs {
-    static __m128 value(__m128 a, __m128 b) {
+    QLM_WIDE static __m128 value(__m128 a, __m128 b) {
         return in_double_pairs(a, b, [](__m128d u, __m128d v) { return atan2_plain(u, v, atan_tail_m); });
     }
 };

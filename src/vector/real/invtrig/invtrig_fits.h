@@ -17,10 +17,10 @@ inline constexpr double asin_tail_d[13] = {0x1.5555555555556p-3, 0x1.3333333332e
 inline constexpr double atan_tail_m[7] = {-0x1.5555555502188p-2, 0x1.99999825954bep-3, -0x1.2491c08b2dc95p-3, 0x1.c6f68737bd587p-4, -0x1.71d3c10805407p-4, 0x1.24434e877a38cp-4, -0x1.4b3891ff378e9p-5};
 // degree 7, max relative error 7.94e-11 (goal 0x1p-30)
 inline constexpr double asin_tail_m[8] = {0x1.55555554ee47bp-3, 0x1.333334ceb652p-4, 0x1.6db5cfb6af282p-5, 0x1.f208eb1ddd0fbp-6, 0x1.6a9e3262c37dbp-6, 0x1.3c5053c2afce1p-6, 0x1.64b97e009bd03p-8, 0x1.e0231588b1e55p-6};
-// degree 4, max relative error 5.96e-08 (goal 0x1p-22)
+// degree 4, max relative error 5.96e-08 (goal 0x1p-20)
 inline constexpr float atan_tail_f[5] = {-0x1.555554p-2f, 0x1.99973p-3f, -0x1.242036p-3f, 0x1.b8103p-4f, -0x1.08455ep-4f};
-// degree 5, max relative error 6.18e-08 (goal 0x1p-22)
-inline constexpr float asin_tail_f[6] = {0x1.555554p-3f, 0x1.33343p-4f, 0x1.6d5bbap-5f, 0x1.fd8da2p-6f, 0x1.18f91ep-6f, 0x1.13fed4p-5f};
+// degree 4, max relative error 4.18e-07 (goal 0x1p-18)
+inline constexpr float asin_tail_f[5] = {0x1.55555ep-3f, 0x1.332732p-4f, 0x1.70a6bcp-5f, 0x1.b311d2p-6f, 0x1.37fe16p-5f};
 // degree 2, max relative error 4.31e-05 (goal 0x1p-12)
 inline constexpr float atan_tail_e[3] = {-0x1.555192p-2f, 0x1.967d32p-3f, -0x1.e41fdcp-4f};
 // degree 2, max relative error 0.000131 (goal 0x1p-12)

@@ -34,6 +34,11 @@
 
 #include "vector/real/invtrig/invtrig_fits.h"
 
+// The wide formulas are inlined into their group loops whatever GCC's
+// size heuristics say: a call would split the two registers of a group,
+// reload every constant and leave the scheduler one register's work.
+#define QLM_WIDE inline __attribute__((always_inline))
+
 namespace qlm::invtrig {
 
 inline __m128d add(__m128d a, __m128d b) { return _mm_add_pd(a, b); }
@@ -98,12 +103,13 @@ inline vec_t<T> splat(T c) {
     return element<T>::splat(c);
 }
 
-// Estrin's scheme: pairs c[i] + c[i+1] s joined by s^2, s^4, s^8, so
-// that the dependent chain is log2 of the degree long instead of the
-// degree (the kernels are bound by that chain, not by the operation
-// count).  p[j] holds s^(2^j).
+// c[0] + s E(s), with E by Estrin's scheme: pairs c[i] + c[i+1] s joined
+// by s^2, s^4, s^8, so that the dependent chain is log2 of the degree long
+// instead of the degree (the kernels are bound by that chain, not by the
+// operation count).  The constant term is kept apart so that E's rounding
+// errors, larger than Horner's, are damped by s.  p[j] holds s^(2^j).
 template <std::size_t N, typename T>
-inline vec_t<T> estrin(const T* c, const vec_t<T>* p) {
+QLM_WIDE vec_t<T> estrin(const T* c, const vec_t<T>* p) {
     if constexpr (N == 1) {
         return splat<T>(c[0]);
     } else {
@@ -112,10 +118,10 @@ inline vec_t<T> estrin(const T* c, const vec_t<T>* p) {
     }
 }
 template <typename T, std::size_t N>
-inline vec_t<T> polynomial(const T (&c)[N], vec_t<T> s) {
+QLM_WIDE vec_t<T> polynomial(const T (&c)[N], vec_t<T> s) {
     vec_t<T> p[4] = {s, s, s, s};
     for (int j = 1; j < 4; ++j) p[j] = mul(p[j - 1], p[j - 1]);
-    return estrin<N, T>(c, p);
+    return add(splat<T>(c[0]), mul(s, estrin<N - 1, T>(c + 1, p)));
 }
 
 // (hi, lo) with hi + lo = a + b exactly, for |a| >= |b| or a == 0.
@@ -124,7 +130,7 @@ struct pair_sum {
     vec_t<T> hi, lo;
 };
 template <typename T>
-inline pair_sum<T> fast_two_sum(vec_t<T> a, vec_t<T> b) {
+QLM_WIDE pair_sum<T> fast_two_sum(vec_t<T> a, vec_t<T> b) {
     const vec_t<T> s = add(a, b);
     return {s, sub(b, sub(s, a))};
 }
@@ -133,7 +139,7 @@ inline pair_sum<T> fast_two_sum(vec_t<T> a, vec_t<T> b) {
 // not 0: the head of the constant times k is exact and vh joins it
 // exactly, so the only roundings that count are vl's and the last one.
 template <typename T>
-inline vec_t<T> octant_plus(vec_t<T> k, vec_t<T> vh, vec_t<T> vl) {
+QLM_WIDE vec_t<T> octant_plus(vec_t<T> k, vec_t<T> vh, vec_t<T> vl) {
     const T* q = element<T>::quarter_pi;
     const pair_sum<T> h = fast_two_sum<T>(mul(k, splat<T>(q[0])), vh);
     return add(h.hi, add(h.lo, add(mul(k, splat<T>(q[1])), vl)));
@@ -141,8 +147,9 @@ inline vec_t<T> octant_plus(vec_t<T> k, vec_t<T> vh, vec_t<T> vl) {
 
 // The first-octant reduction shared by both forms: which lanes swapped
 // their arguments, which took the pi/4 step, and the octant constant with
-// the sign that atan(t) takes in the result.
-template <typename T>
+// the sign that atan(t) takes in the result.  Without Mirror, b is taken
+// positive (Atan) and its mask is not read.
+template <typename T, bool Mirror>
 struct octant {
     using V = vec_t<T>;
     V num, den, mid, k, flip;
@@ -153,19 +160,23 @@ struct octant {
         mid = greater(num, mul(den, splat<T>(element<T>::tan_pi_8)));
         // Angle = base + sign * (c + atan t): base pi/2 when swapped, mirrored
         // to pi - angle when b < 0; c = pi/4 on the mid lanes.
-        flip = band(bxor(swap, bneg), element<T>::sign());
         const V two = band(swap, splat<T>(2));
-        const V base = select(bneg, sub(splat<T>(4), two), two);
-        k = add(base, bxor(band(mid, splat<T>(1)), flip));
+        if constexpr (Mirror) {
+            flip = band(bxor(swap, bneg), element<T>::sign());
+            k = add(select(bneg, sub(splat<T>(4), two), two), bxor(band(mid, splat<T>(1)), flip));
+        } else {
+            flip = band(swap, element<T>::sign());
+            k = add(two, bxor(band(mid, splat<T>(1)), flip));
+        }
     }
 };
 
 // atan2(|a|, |b|) mirrored for b < 0 (bneg all ones there): the angle of
 // the point (b, |a|), in [0, pi].  Plain arithmetic, float or double.
-template <typename T, std::size_t N>
-inline vec_t<T> angle_plain(vec_t<T> ax, vec_t<T> bx, vec_t<T> bneg, const T (&tail)[N]) {
+template <bool Mirror, typename T, std::size_t N>
+QLM_WIDE vec_t<T> angle_plain(vec_t<T> ax, vec_t<T> bx, vec_t<T> bneg, const T (&tail)[N]) {
     using V = vec_t<T>;
-    const octant<T> o(ax, bx, bneg);
+    const octant<T, Mirror> o(ax, bx, bneg);
     const V t = div(select(o.mid, sub(o.num, o.den), o.num), select(o.mid, add(o.num, o.den), o.den));
     const V s = mul(t, t);
     const V rest = mul(t, mul(s, polynomial(tail, s)));
@@ -173,7 +184,7 @@ inline vec_t<T> angle_plain(vec_t<T> ax, vec_t<T> bx, vec_t<T> bneg, const T (&t
 }
 
 // a * b exactly as hi + lo (Dekker's split; no fused multiply-add here).
-inline pair_sum<double> two_prod(__m128d a, __m128d b) {
+QLM_WIDE pair_sum<double> two_prod(__m128d a, __m128d b) {
     const __m128d c = _mm_set1_pd(134217729.0);  // 2^27 + 1
     const __m128d ca = mul(c, a), cb = mul(c, b);
     const __m128d ah = sub(ca, sub(ca, a)), bh = sub(cb, sub(cb, b));
@@ -182,16 +193,16 @@ inline pair_sum<double> two_prod(__m128d a, __m128d b) {
     return {p, add(add(add(sub(mul(ah, bh), p), mul(ah, bl)), mul(al, bh)), mul(al, bl))};
 }
 // 1/d to about 12 bits, for |d| within the float range.
-inline __m128d reciprocal_estimate(__m128d d) { return _mm_cvtps_pd(_mm_rcp_ps(_mm_cvtpd_ps(d))); }
+QLM_WIDE __m128d reciprocal_estimate(__m128d d) { return _mm_cvtps_pd(_mm_rcp_ps(_mm_cvtpd_ps(d))); }
 
-// The careful double form of angle_plain.  With Scale, both arguments are
-// first brought near 1 by a power of two, for callers whose arguments
-// reach 2^+-500 (Atan2); without, den must stay below 2^100 (Atan clamps).
-template <bool Scale>
-inline __m128d angle_careful(__m128d ax, __m128d bx, __m128d bneg) {
-    const octant<double> o(ax, bx, bneg);
+// The careful double form of angle_plain.  For Atan2 (TwoArgs) both
+// arguments are first brought near 1 by a power of two, since they reach
+// 2^+-500; Atan's den must stay below 2^100 (it clamps) and b is 1.
+template <bool TwoArgs>
+QLM_WIDE __m128d angle_careful(__m128d ax, __m128d bx, __m128d bneg) {
+    const octant<double, TwoArgs> o(ax, bx, bneg);
     __m128d num = o.num, den = o.den;
-    if constexpr (Scale) {
+    if constexpr (TwoArgs) {
         // den into [1, 2): the exact products cannot overflow and den's
         // reciprocal fits a float.
         const __m128i e = _mm_and_si128(_mm_castpd_si128(den), _mm_set1_epi64x(0x7FF0000000000000ll));
@@ -247,7 +258,7 @@ struct arcsine_parts {
 // rounding error (z - r^2)/(2r) is added from the exact square, which the
 // careful double form needs and the plain forms skip.
 template <bool Acos, bool Root, typename T, std::size_t N>
-inline vec_t<T> arcsine(vec_t<T> x, const T (&tail)[N]) {
+QLM_WIDE vec_t<T> arcsine(vec_t<T> x, const T (&tail)[N]) {
     using V = vec_t<T>;
     const arcsine_parts<T> a(x);
     const V root = vsqrt(a.z);
@@ -271,12 +282,12 @@ inline vec_t<T> arcsine(vec_t<T> x, const T (&tail)[N]) {
 // A float function evaluated in double pairs: four floats widen exactly,
 // and the double result rounds once to float.
 template <class F>
-inline __m128 in_double_pairs(__m128 x, F f) {
+QLM_WIDE __m128 in_double_pairs(__m128 x, F f) {
     const __m128d lo = f(_mm_cvtps_pd(x)), hi = f(_mm_cvtps_pd(_mm_movehl_ps(x, x)));
     return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi));
 }
 template <class F>
-inline __m128 in_double_pairs(__m128 a, __m128 b, F f) {
+QLM_WIDE __m128 in_double_pairs(__m128 a, __m128 b, F f) {
     const __m128d lo = f(_mm_cvtps_pd(a), _mm_cvtps_pd(b));
     const __m128d hi = f(_mm_cvtps_pd(_mm_movehl_ps(a, a)), _mm_cvtps_pd(_mm_movehl_ps(b, b)));
     return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi));
