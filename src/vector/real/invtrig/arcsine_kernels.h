@@ -3,10 +3,10 @@
 //
 // Double HA: the careful form, root as a pair and the constant added
 // exactly (about 0.6 ulp).  Double LA: the plain form with the 2^-51 fit
-// (about 1.5 ulp).  Double EP: the plain form with the 2^-30 fit.  Single
+// (about 1.1 ulp).  Double EP: the plain form with the 2^-30 fit.  Single
 // HA: the plain double form with the 2^-30 fit in double pairs (0.5 ulp and
 // a hair).  Single LA and EP: the plain form in float lanes with the
-// 2^-22 and 2^-12 fits.
+// 2^-18 and 2^-12 fits.
 // Screen: |x| < 1.  The per-element routine takes NaN, +-1 and the domain
 // errors, with their statuses.
 #pragma once

@@ -3,10 +3,10 @@
 // Method: the angle of the point (1, x) by the octant reduction of
 // invtrig_wide.h, on whole groups in SSE registers.  Double LA (which also
 // serves HA) takes the careful form, with the quotient carried as a pair
-// and the octant constant added exactly (about 0.52 ulp); double EP the
+// and the octant constant added exactly (at most about 0.8 ulp); double EP the
 // plain form with the 2^-30 fit.  Single HA runs the plain double form
 // with the 2^-30 fit in double pairs (0.5 ulp and a hair); single LA and
-// EP the plain form in float lanes with the 2^-22 and 2^-12 fits.
+// EP the plain form in float lanes with the 2^-20 and 2^-12 fits.
 // Screen: finite inputs.  The rest goes to the per-element
 // routine below (the eighths reduction of atan_core.h in double): NaN for
 // NaN and +-pi/2 for +-infinity, without a status.  atan(x) of a denormal

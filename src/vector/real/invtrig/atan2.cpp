@@ -4,7 +4,7 @@
 // registers: the smaller of |a|, |b| over the larger, one more step at
 // tan(pi/8), the fit Q, and the quadrant folded into a multiple of pi/4.
 // Double HA takes the careful form (quotient as a pair, constant added
-// exactly: about 0.52 ulp), double LA the plain form with the 2^-51 fit
+// exactly: about 0.65 ulp), double LA the plain form with the 2^-51 fit
 // (about 1.5 ulp), double EP the plain form with the 2^-30 fit.  Single HA
 // runs the plain double form in double pairs (0.5 ulp and a hair), single
 // LA and EP the plain form in float lanes.
