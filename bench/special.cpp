@@ -10,7 +10,8 @@
 //
 // Before the runs, the max error in ulps of each Erf, Erfc and CdfNorm
 // contender on the benchmark's own inputs, against MPFR.  SLEEF's erfc is
-// u15 (it has no u10): our Erfc HA is compared with that.
+// u15 (it has no u10): our Erfc HA is compared with that.  Likewise for
+// every contender of Asin, Acos, Atan and Atan2.
 //
 //   bench_special                   the benchmarks and the ratios
 //   bench_special --cost_figures    cycles per element of every routine by
@@ -27,6 +28,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "bench_support.h"
 #include "qlm/qlm_vxm.h"
@@ -159,7 +161,67 @@ struct unary_entry {
     void (*const* stab)(int32_t, const float*, float*);
     dvec sleef_u10, sleef_u35, mvec, scalar;
     svec sleef_u10f, sleef_u35f, mvecf, scalarf;
+    int (*exact)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t) = nullptr;  // max errors printed where set
 };
+
+// Max error in ulps of each contender on the benchmark's inputs.  The
+// exact values come from MPFR once per function, kept as a double pair so
+// that every contender is measured by plain arithmetic.
+struct exact_pairs {
+    std::vector<double> hi, lo;
+};
+
+template <typename T>
+exact_pairs exact_values(const T* a, const T* b, int n, int (*f1)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t),
+                         int (*f2)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t)) {
+    exact_pairs e;
+    mpfr_t x, z, r;
+    mpfr_inits2(160, x, z, r, static_cast<mpfr_ptr>(nullptr));
+    for (int i = 0; i < n; ++i) {
+        mpfr_set_d(x, static_cast<double>(a[i]), MPFR_RNDN);
+        if (f2) {
+            mpfr_set_d(z, static_cast<double>(b[i]), MPFR_RNDN);
+            f2(r, x, z, MPFR_RNDN);
+        } else {
+            f1(r, x, MPFR_RNDN);
+        }
+        const double hi = mpfr_get_d(r, MPFR_RNDN);
+        mpfr_sub_d(r, r, hi, MPFR_RNDN);
+        e.hi.push_back(hi);
+        e.lo.push_back(mpfr_get_d(r, MPFR_RNDN));
+    }
+    mpfr_clears(x, z, r, static_cast<mpfr_ptr>(nullptr));
+    return e;
+}
+
+template <typename T>
+double max_ulp(const T* y, const exact_pairs& e) {
+    double worst = 0;
+    for (std::size_t i = 0; i < e.hi.size(); ++i) {
+        const T rounded = static_cast<T>(e.hi[i]);
+        const double ulp = static_cast<double>(std::nextafter(std::fabs(rounded), static_cast<T>(INFINITY)) - std::fabs(rounded));
+        const double err = std::fabs((static_cast<double>(y[i]) - e.hi[i]) - e.lo[i]) / ulp;
+        worst = std::max(worst, std::isnan(err) ? INFINITY : err);
+    }
+    return worst;
+}
+
+template <typename T, typename F>
+void print_max_errors(const std::string& name, domain d, domain d2,
+                      int (*f1)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t),
+                      int (*f2)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t),
+                      const std::vector<std::pair<std::string, F>>& contenders) {
+    buffers<T> o(d, d2);
+    const exact_pairs e = exact_values<T>(o.a.data, o.b.data, kN, f1, f2);
+    for (const auto& [label, run] : contenders) {
+        if (!run) continue;
+        run(kN, o.a.data, o.b.data, o.y.data);
+        std::printf("max error %-8s %-14s %8.3f ulp\n", name.c_str(), label.c_str(), max_ulp<T>(o.y.data, e));
+    }
+}
+
+template <typename T>
+using contender_list = std::vector<std::pair<std::string, std::function<void(int, const T*, const T*, T*)>>>;
 
 // ---- max errors of the error-function contenders --------------------------
 
@@ -261,13 +323,13 @@ void register_all() {
     const unary_entry entries[] = {
         {"Asin", {-1, 1}, qlm_vxm_kernel_dAsin_ttab, qlm_vxm_kernel_sAsin_ttab,
          QLM_PAIRS(Sleef_asind2_u10sse4), QLM_PAIRS(Sleef_asind2_u35sse4), QLM_PAIRS(_ZGVbN2v_asin), scalar_loop<std::asin>,
-         QLM_QUADS(Sleef_asinf4_u10sse4), QLM_QUADS(Sleef_asinf4_u35sse4), QLM_QUADS(_ZGVbN4v_asinf), scalar_loop_f<asinf>},
+         QLM_QUADS(Sleef_asinf4_u10sse4), QLM_QUADS(Sleef_asinf4_u35sse4), QLM_QUADS(_ZGVbN4v_asinf), scalar_loop_f<asinf>, mpfr_asin},
         {"Acos", {-1, 1}, qlm_vxm_kernel_dAcos_ttab, qlm_vxm_kernel_sAcos_ttab,
          QLM_PAIRS(Sleef_acosd2_u10sse4), QLM_PAIRS(Sleef_acosd2_u35sse4), QLM_PAIRS(_ZGVbN2v_acos), scalar_loop<std::acos>,
-         QLM_QUADS(Sleef_acosf4_u10sse4), QLM_QUADS(Sleef_acosf4_u35sse4), QLM_QUADS(_ZGVbN4v_acosf), scalar_loop_f<acosf>},
+         QLM_QUADS(Sleef_acosf4_u10sse4), QLM_QUADS(Sleef_acosf4_u35sse4), QLM_QUADS(_ZGVbN4v_acosf), scalar_loop_f<acosf>, mpfr_acos},
         {"Atan", {-20, 20}, qlm_vxm_kernel_dAtan_ttab, qlm_vxm_kernel_sAtan_ttab,
          QLM_PAIRS(Sleef_atand2_u10sse4), QLM_PAIRS(Sleef_atand2_u35sse4), QLM_PAIRS(_ZGVbN2v_atan), scalar_loop<std::atan>,
-         QLM_QUADS(Sleef_atanf4_u10sse4), QLM_QUADS(Sleef_atanf4_u35sse4), QLM_QUADS(_ZGVbN4v_atanf), scalar_loop_f<atanf>},
+         QLM_QUADS(Sleef_atanf4_u10sse4), QLM_QUADS(Sleef_atanf4_u35sse4), QLM_QUADS(_ZGVbN4v_atanf), scalar_loop_f<atanf>, mpfr_atan},
         {"Asinh", {-50, 50}, qlm_vxm_kernel_dAsinh_ttab, qlm_vxm_kernel_sAsinh_ttab,
          QLM_PAIRS(Sleef_asinhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_asinh), scalar_loop<std::asinh>,
          QLM_QUADS(Sleef_asinhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_asinhf), scalar_loop_f<asinhf>},
@@ -304,6 +366,24 @@ void register_all() {
                             [sk](int n, const float* a, const float*, float* y) { sk(n, a, y); });
         }
         const std::string d = std::string("d") + e.name, f = std::string("s") + e.name;
+        if (e.exact) {
+            auto slot_d = [&e](int s) -> dvec {
+                auto k = e.dtab[s];
+                return [k](int n, const double* a, const double*, double* y) { k(n, a, y); };
+            };
+            auto slot_s = [&e](int s) -> svec {
+                auto k = e.stab[s];
+                return [k](int n, const float* a, const float*, float* y) { k(n, a, y); };
+            };
+            print_max_errors<double>(d, e.d, e.d, e.exact, nullptr,
+                                     contender_list<double>{{"LA", slot_d(0)}, {"HA", slot_d(1)}, {"EP", slot_d(2)},
+                                                            {"sleef_u10", e.sleef_u10}, {"sleef_u35", e.sleef_u35},
+                                                            {"libmvec", e.mvec}, {"glibc_scalar", e.scalar}});
+            print_max_errors<float>(f, e.d, e.d, e.exact, nullptr,
+                                    contender_list<float>{{"LA", slot_s(0)}, {"HA", slot_s(1)}, {"EP", slot_s(2)},
+                                                          {"sleef_u10", e.sleef_u10f}, {"sleef_u35", e.sleef_u35f},
+                                                          {"libmvec", e.mvecf}, {"glibc_scalar", e.scalarf}});
+        }
         if (e.sleef_u10) {
             register_double(d + "_sleef_u10", e.d, e.d, e.sleef_u10);
             register_single(f + "_sleef_u10", e.d, e.d, e.sleef_u10f);
@@ -338,6 +418,26 @@ void register_all() {
 
     // Atan2, two arguments.
     const domain a2{-10, 10};
+    {
+        auto dt = qlm_vxm_kernel_dAtan2_ttab;
+        auto st = qlm_vxm_kernel_sAtan2_ttab;
+        print_max_errors<double>("dAtan2", a2, a2, nullptr, mpfr_atan2,
+                                 contender_list<double>{{"LA", dt[0]}, {"HA", dt[1]}, {"EP", dt[2]},
+                                                        {"sleef_u10", QLM_PAIRS2(Sleef_atan2d2_u10sse4)},
+                                                        {"sleef_u35", QLM_PAIRS2(Sleef_atan2d2_u35sse4)},
+                                                        {"libmvec", QLM_PAIRS2(_ZGVbN2vv_atan2)},
+                                                        {"glibc_scalar", [](int n, const double* a, const double* b, double* y) {
+                                                             for (int i = 0; i < n; ++i) y[i] = std::atan2(a[i], b[i]);
+                                                         }}});
+        print_max_errors<float>("sAtan2", a2, a2, nullptr, mpfr_atan2,
+                                contender_list<float>{{"LA", st[0]}, {"HA", st[1]}, {"EP", st[2]},
+                                                      {"sleef_u10", QLM_QUADS2(Sleef_atan2f4_u10sse4)},
+                                                      {"sleef_u35", QLM_QUADS2(Sleef_atan2f4_u35sse4)},
+                                                      {"libmvec", QLM_QUADS2(_ZGVbN4vv_atan2f)},
+                                                      {"glibc_scalar", [](int n, const float* a, const float* b, float* y) {
+                                                           for (int i = 0; i < n; ++i) y[i] = atan2f(a[i], b[i]);
+                                                       }}});
+    }
     for (int s = 0; s < 3; ++s) {
         auto dk = qlm_vxm_kernel_dAtan2_ttab[s];
         auto sk = qlm_vxm_kernel_sAtan2_ttab[s];
