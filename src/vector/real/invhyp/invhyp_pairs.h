@@ -12,7 +12,10 @@
 //   log a = k ln2 + T + log1p(r1 + r2),
 //   log1p(r) = r - r^2/2 + r^3 P(r), P from tools/invhyp_fits.
 // k ln2_hi + T_hi is exact (both on the 2^-42 grid) and r1 joins it by a
-// two-sum (HA: r2 too, with al kept apart), so the rounded sum is the only
+// two-sum (HA: r2 too, with al kept apart; the ordered form suffices, as
+// |T| is at least the distance from its row to 1, |r1| at most half its
+// width, and head is 0 only on the row of 1, where r2 < 2^-20 <= |r1| or
+// r1 = 0), so the rounded sum is the only
 // error above 2^-64 relative when P is the HA fit: results within about
 // 0.501 ulp.  The row holding m = 1
 // has rcp = 1 and T = 0, so that a near 1 keeps its relative accuracy.
@@ -129,17 +132,37 @@ inline dd2 log_parts(v2 ah, v2 al) {
         // al/a = al 2^-k rcp / (1 + r), to 2^-16 of a term below 2^-52.
         const v2 al_part = al * scale * rcp;
         const v2 al_term = al_part - al_part * r;
-        const dd2 s1 = two_sum(head, r1);
-        const dd2 s2 = two_sum(s1.hi, r2);
+        const dd2 s1 = fast_two_sum(head, r1);
+        const dd2 s2 = fast_two_sum(s1.hi, r2);
         return {s2.hi, (s1.lo + s2.lo) + ((low + al_term) + poly)};
     } else {
         const v2 r2 = ((m - m1) + al * scale) * rcp;
         const v2 r = r1 + r2;
         v2 poly = (r * r) * splat(-0.5);
         if constexpr (Size > 0) poly = (r * r) * (splat(-0.5) + r * horner<P, Size>(r));
-        const dd2 s1 = two_sum(head, r1);
+        const dd2 s1 = fast_two_sum(head, r1);
         return {s1.hi, s1.lo + ((low + r2) + poly)};
     }
+}
+
+// log a for the single routines, a in [1, 2^1000): the same reduction
+// with m rcp - 1 rounded once (2^-53 absolute; exact on the row of 1,
+// where results are small) and a plain sum, about 2^-50 relative.
+template <const double* P, int Size>
+inline v2 log_lean(v2 a) {
+    const __m128i bits = _mm_castpd_si128(a);
+    const __m128i high = _mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1));
+    const __m128i t = _mm_sub_epi32(high, _mm_set1_epi32(static_cast<int32_t>(kLogOffset)));
+    const __m128i k = _mm_srai_epi32(t, 20);
+    const __m128i row = _mm_srli_epi32(_mm_and_si128(t, _mm_set1_epi32(0x000FFFFF)), 13);
+    const v2 m = _mm_castsi128_pd(
+        _mm_sub_epi64(bits, _mm_unpacklo_epi32(_mm_setzero_si128(), _mm_slli_epi32(k, 20))));
+    const v2 a0 = _mm_load_pd(log_rows[_mm_cvtsi128_si32(row)]);
+    const v2 a1 = _mm_load_pd(log_rows[_mm_extract_epi32(row, 1)]);
+    const v2 r = m * _mm_unpacklo_pd(a0, a1) - splat(1.0);
+    v2 poly = (r * r) * splat(-0.5);
+    if constexpr (Size > 0) poly = (r * r) * (splat(-0.5) + r * horner<P, Size>(r));
+    return (_mm_cvtepi32_pd(k) * splat(0x1.62e42fefa39efp-1) + _mm_unpackhi_pd(a0, a1)) + (r + poly);
 }
 
 template <class S>
@@ -154,27 +177,32 @@ struct ha_set {
     static constexpr const double* poly = log1p_ha;
     static constexpr int size = sizeof(log1p_ha) / sizeof(double);
     static constexpr bool precise = true;
+    static constexpr bool lean = false;
 };
 struct la_set {
     static constexpr const double* poly = log1p_la;
     static constexpr int size = sizeof(log1p_la) / sizeof(double);
     static constexpr bool precise = false;
+    static constexpr bool lean = false;
 };
 struct single_set {
     static constexpr const double* poly = log1p_single;
     static constexpr int size = sizeof(log1p_single) / sizeof(double);
     static constexpr bool precise = false;
+    static constexpr bool lean = true;
 };
 struct single_la_set {
     static constexpr const double* poly = log1p_single_la;
     static constexpr int size = sizeof(log1p_single_la) / sizeof(double);
     static constexpr bool precise = false;
+    static constexpr bool lean = true;
 };
 // log1p(r) = r - r^2/2, relative error below 2^-17.5.
 struct ep_set {
     static constexpr const double* poly = nullptr;
     static constexpr int size = 0;
     static constexpr bool precise = false;
+    static constexpr bool lean = true;
 };
 
 // |x| below 2^28 (below 2^-30 the precise plan returns x, within 2^-7
@@ -191,6 +219,13 @@ inline v2 asinh_pair(v2 x) {
         const dd2 a = fast_two_sum(root.hi, ax);
         result = log_value<S>(a.hi, a.lo + root.lo);
         result = _mm_blendv_pd(result, ax, _mm_cmplt_pd(ax, splat(0x1p-30)));
+    } else if constexpr (S::lean) {
+        // a rounded loses 2^-53 absolute: enough above 2^-12, where the
+        // result is at least that; below, x - x^3/6 is within 2^-50.
+        const v2 sq = ax * ax;
+        result = log_lean<S::poly, S::size>(ax + _mm_sqrt_pd(sq + one));
+        const v2 series = ax - ax * (sq * splat(1.0 / 6));
+        result = _mm_blendv_pd(result, series, _mm_cmplt_pd(ax, splat(0x1p-12)));
     } else {
         const v2 sq = ax * ax;
         const v2 t = sq / (one + _mm_sqrt_pd(one + sq));
@@ -206,6 +241,8 @@ template <class S>
 inline v2 acosh_pair(v2 x) {
     const v2 one = splat(1.0);
     const v2 d = x - one;
+    // Single inputs: x - 1 and x + 1 exact, and the result at least 2^-11.5.
+    if constexpr (S::lean) return log_lean<S::poly, S::size>(x + _mm_sqrt_pd(d * (x + one)));
     const dd2 e = fast_two_sum(x, one);
     dd2 root;
     if constexpr (S::precise) {
@@ -223,6 +260,15 @@ template <class S>
 inline v2 atanh_pair(v2 x) {
     const v2 ax = magnitude(x);
     const v2 one = splat(1.0);
+    if constexpr (S::lean) {
+        // Single inputs: 1 - |x| exact; u rounded loses 2^-53 absolute,
+        // enough above 2^-12, and below x + x^3/3 is within 2^-50.
+        const v2 u = one + (ax + ax) / (one - ax);
+        v2 result = splat(0.5) * log_lean<S::poly, S::size>(u);
+        const v2 series = ax + ax * ((ax * ax) * splat(1.0 / 3));
+        result = _mm_blendv_pd(result, series, _mm_cmplt_pd(ax, splat(0x1p-12)));
+        return with_sign_of(result, x);
+    }
     const dd2 d = two_sum(one, -ax);
     const v2 twice = ax + ax;
     const v2 v = twice / d.hi;
