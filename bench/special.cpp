@@ -13,6 +13,7 @@
 //                                   rdtsc on 1000-element vectors: the
 //                                   figures of the registry's cost columns
 #include <emmintrin.h>
+#include <mpfr.h>
 #include <sleef.h>
 #include <x86intrin.h>
 
@@ -22,6 +23,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "bench_support.h"
 #include "qlm/qlm_vxm.h"
@@ -156,6 +158,80 @@ struct unary_entry {
     svec sleef_u10f, sleef_u35f, mvecf, scalarf;
 };
 
+// Max error of each contender on the benchmark's own inputs against MPFR
+// (200 bits), in ulps of the exact value rounded to the type, so that a
+// speed ratio is read beside the accuracy it was bought with.  The exact
+// value is kept as its nearest double and the rest, so that a double
+// result's error keeps its fraction of an ulp.
+struct exact_values {
+    std::vector<double> hi, lo, ulp;
+};
+
+template <typename T>
+exact_values exact_on_inputs(const std::vector<T>& x, int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
+    exact_values e{std::vector<double>(x.size()), std::vector<double>(x.size()), std::vector<double>(x.size())};
+    mpfr_t in, out;
+    mpfr_inits2(200, in, out, static_cast<mpfr_ptr>(nullptr));
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        mpfr_set_d(in, static_cast<double>(x[i]), MPFR_RNDN);
+        f(out, in, MPFR_RNDN);
+        const double rounded = sizeof(T) == 8 ? mpfr_get_d(out, MPFR_RNDN) : mpfr_get_flt(out, MPFR_RNDN);
+        int exponent;
+        std::frexp(rounded, &exponent);
+        e.ulp[i] = std::ldexp(1.0, exponent - (sizeof(T) == 8 ? 53 : 24));
+        e.hi[i] = mpfr_get_d(out, MPFR_RNDN);
+        mpfr_sub_d(out, out, e.hi[i], MPFR_RNDN);
+        e.lo[i] = mpfr_get_d(out, MPFR_RNDN);
+    }
+    mpfr_clears(in, out, static_cast<mpfr_ptr>(nullptr));
+    return e;
+}
+
+template <typename T, typename Run>
+void print_max_error(const std::string& name, const std::string& label, const std::vector<T>& x,
+                     const exact_values& e, const Run& run) {
+    aligned_buffer<T> a(kN), b(kN), y(kN);
+    std::memcpy(a.data, x.data(), kN * sizeof(T));
+    std::memcpy(b.data, x.data(), kN * sizeof(T));
+    run(kN, a.data, b.data, y.data);
+    double worst = 0;
+    for (int i = 0; i < kN; ++i)
+        worst = std::max(worst, std::fabs((static_cast<double>(y.data[i]) - e.hi[i]) - e.lo[i]) / e.ulp[i]);
+    std::printf("max error %-8s %-13s %8.3f ulp\n", name.c_str(), label.c_str(), worst);
+}
+
+using mpfr_fn = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+
+// The oracle of the functions whose max errors are printed.
+mpfr_fn invhyp_oracle(const std::string& name) {
+    if (name == "Asinh") return mpfr_asinh;
+    if (name == "Acosh") return mpfr_acosh;
+    if (name == "Atanh") return mpfr_atanh;
+    return nullptr;
+}
+
+void print_entry_errors(const unary_entry& e, mpfr_fn f) {
+    const char* slots[3] = {"LA", "HA", "EP"};
+    std::vector<double> xd(kN);
+    std::vector<float> xf(kN);
+    fill(xd.data(), kN, e.d.lo, e.d.hi);
+    fill(xf.data(), kN, e.d.lo, e.d.hi);
+    const exact_values ed = exact_on_inputs(xd, f), ef = exact_on_inputs(xf, f);
+    const std::string d = std::string("d") + e.name, s = std::string("s") + e.name;
+    for (int slot = 0; slot < 3; ++slot) {
+        auto dk = e.dtab[slot];
+        auto sk = e.stab[slot];
+        print_max_error<double>(d, slots[slot], xd, ed, [dk](int n, const double* a, const double*, double* y) { dk(n, a, y); });
+        print_max_error<float>(s, slots[slot], xf, ef, [sk](int n, const float* a, const float*, float* y) { sk(n, a, y); });
+    }
+    const std::pair<const char*, const dvec*> dpeers[] = {{"sleef_u10", &e.sleef_u10}, {"sleef_u35", &e.sleef_u35}, {"libmvec", &e.mvec}, {"glibc_scalar", &e.scalar}};
+    const std::pair<const char*, const svec*> speers[] = {{"sleef_u10", &e.sleef_u10f}, {"sleef_u35", &e.sleef_u35f}, {"libmvec", &e.mvecf}, {"glibc_scalar", &e.scalarf}};
+    for (const auto& [label, run] : dpeers)
+        if (*run) print_max_error<double>(d, label, xd, ed, *run);
+    for (const auto& [label, run] : speers)
+        if (*run) print_max_error<float>(s, label, xf, ef, *run);
+}
+
 void register_all() {
     using qlm::bench::compare;
     const unary_entry entries[] = {
@@ -195,6 +271,7 @@ void register_all() {
     };
     const char* slots[3] = {"LA", "HA", "EP"};
     for (const auto& e : entries) {
+        if (const mpfr_fn f = invhyp_oracle(e.name)) print_entry_errors(e, f);
         for (int s = 0; s < 3; ++s) {
             auto dk = e.dtab[s];
             auto sk = e.stab[s];
