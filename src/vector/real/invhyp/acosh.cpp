@@ -4,8 +4,8 @@
 // doubles, x - 1 exact.  Double HA carries the argument as double-double
 // with the HA logarithm (about 0.501 ulp); double LA (also the EP slot)
 // takes the plain root (about 1 ulp).  Single LA (also the HA slot) runs
-// the plain plan in double with the single HA logarithm (2^-44) and rounds
-// once; single EP keeps log1p(r) = r - r^2/2 (2^-17).
+// the plain plan in double with the single HA logarithm (2^-38) and rounds
+// once; single EP keeps log1p(r) = r - r^2/2 (2^-19.5).
 // Screen: 1 <= x < 2^28 in double, 1 <= x < infinity in single: one
 // unsigned range test of the high word (the float's bits) with its sign.
 // Per element (formulas of invhyp_core.h): x >= 2^28 in double, and the

@@ -6,7 +6,7 @@
 // the EP slot) takes the plain root through log1p(|x| + x^2/(1 + sqrt(1 +
 // x^2))), which keeps small x relative (about 1 ulp).  Single LA (also the
 // HA slot) runs the plain plan in double with the single HA logarithm
-// (2^-44) and rounds once; single EP keeps log1p(r) = r - r^2/2 (2^-17).
+// (2^-38) and rounds once; single EP keeps log1p(r) = r - r^2/2 (2^-19.5).
 // Screen: |x| < 2^28 in double (x^2 and its split stay exact), finite x in
 // single (every float's square fits a double).
 // Per element (formulas of invhyp_core.h): |x| >= 2^28 in double, and the
@@ -34,7 +34,8 @@ constexpr char kS[] = "vsAsinh";
 constexpr int kD_ = sizeof(asinh_tail_d) / 8, kF_ = sizeof(asinh_tail_f) / 8, kE_ = sizeof(asinh_tail_e) / 8;
 
 template <class PerElement, class Set>
-using asinh_kernel = vector_kernel<PerElement, asinh_pair<Set>, true, 0, 0x41B00000u, 0, 0x7F800000u>;
+using asinh_kernel = vector_kernel<PerElement, asinh_pair<Set>, true, 0, 0x41B00000u, 0, 0x7F800000u,
+                                   sizeof(typename PerElement::T) == 4 ? asinh_four<Set> : nullptr>;
 
 }  // namespace
 

@@ -4,9 +4,9 @@
 // put back, on pairs of doubles; 1 - |x| and the quotient are carried as
 // double-double in double HA (about 0.501 ulp) and plainly elsewhere.
 // Double LA (also the EP slot): the LA logarithm (about 1 ulp).  Single
-// HA: the single HA logarithm (2^-44); single LA: a degree-3 log1p
-// (2^-26.5, about 0.6 ulp after the rounding to float); single EP:
-// log1p(r) = r - r^2/2 (2^-17).
+// HA: the single HA logarithm (2^-38); single LA: a degree-3 log1p
+// (2^-29, about 0.52 ulp after the rounding to float); single EP:
+// log1p(r) = r - r^2/2 (2^-19.5).
 // Screen: |x| < 1.
 // Per element (formulas of invhyp_core.h): the specials: NaN gives NaN
 // without a status, +-1 gives +-infinity with SING, |x| > 1 gives NaN with
@@ -34,7 +34,8 @@ constexpr char kS[] = "vsAtanh";
 constexpr int kD_ = sizeof(atanh_tail_d) / 8, kF_ = sizeof(atanh_tail_f) / 8, kE_ = sizeof(atanh_tail_e) / 8;
 
 template <class PerElement, class Set>
-using atanh_kernel = vector_kernel<PerElement, atanh_pair<Set>, true, 0, 0x3FF00000u, 0, 0x3F800000u>;
+using atanh_kernel = vector_kernel<PerElement, atanh_pair<Set>, true, 0, 0x3FF00000u, 0, 0x3F800000u,
+                                   sizeof(typename PerElement::T) == 4 ? atanh_four<Set> : nullptr>;
 
 }  // namespace
 

@@ -15,7 +15,8 @@
 // A kernel K supplies: using T; using per_element (the per-element plan);
 // the screen as static constexpr bool odd and uint32_t low, width (the
 // accepted words are low <= word < low + width, unsigned); static v2
-// pair(v2) on pairs of doubles (single routines widen to it).
+// pair(v2) on pairs of doubles (single routines widen to it), and
+// optionally four(__m128) for single routines with a four-lane step.
 #pragma once
 
 #include <smmintrin.h>
@@ -57,9 +58,11 @@ void run_double(int32_t n, const double* a, double* y) {
     for (; i < n; ++i) double_element<K>(i, a, y);
 }
 
-// Four floats through two pairs of doubles, rounded once to float.
+// Four floats through two pairs of doubles, rounded once to float, or
+// through the kernel's own four-lane form.
 template <class K>
 inline __m128 four(__m128 x) {
+    if constexpr (K::four != nullptr) return K::four(x);
     const __m128 lo = _mm_cvtpd_ps(K::pair(_mm_cvtps_pd(x)));
     const __m128 hi = _mm_cvtpd_ps(K::pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
     return _mm_movelh_ps(lo, hi);
@@ -67,8 +70,8 @@ inline __m128 four(__m128 x) {
 
 template <class K>
 inline void single_element(int32_t i, const float* a, float* y) {
-    const __m128 x = _mm_load_ss(a + i);
-    if (passes<K>(_mm_castps_si128(x), 0x1)) _mm_store_ss(y + i, _mm_cvtpd_ps(K::pair(_mm_cvtps_pd(x))));
+    const __m128 x = _mm_load1_ps(a + i);
+    if (passes<K>(_mm_castps_si128(x), 0x1)) _mm_store_ss(y + i, four<K>(x));
     else qlm::special::scalar_element<typename K::per_element>(i, a, y);
 }
 
@@ -98,8 +101,9 @@ void run_groups(int32_t n, const typename K::T* a, typename K::T* y) {
 // PerElement, and the screen of its type (DoubleLow/Width on the high
 // word, SingleLow/Width on a float's bits; Odd clears the sign first).
 template <class PerElement, v2 (*Pair)(v2), bool Odd, uint32_t DoubleLow, uint32_t DoubleWidth, uint32_t SingleLow,
-          uint32_t SingleWidth>
+          uint32_t SingleWidth, __m128 (*Four)(__m128) = nullptr>
 struct vector_kernel {
+    static constexpr __m128 (*four)(__m128) = Four;
     using per_element = PerElement;
     using T = typename PerElement::T;
     static constexpr bool odd = Odd;

@@ -4,11 +4,11 @@
 //
 // Logarithm: a = ah + al with ah in [1, 2^1000), al below ulp(ah).  ah =
 // 2^k m with the high word of m in [kLogOffset, kLogOffset + 2^20), that is
-// m in [0.709, 1.419); the top seven bits of that offset pick a row of
+// m in [0.708, 1.416); the top eight bits of that offset pick a row of
 // invhyp_log_table.h with rcp (24 bits) and -log(rcp) = T as hi + lo.  m
 // splits into m1 (its high word, 21 bits), whose product with rcp is exact,
 // and the rest m2; with al scaled by 2^-k it joins the second part:
-//   r1 = m1 rcp - 1 (exact),  r2 = (m2 + al 2^-k) rcp,  |r1 + r2| <= 2^-8,
+//   r1 = m1 rcp - 1 (exact),  r2 = (m2 + al 2^-k) rcp,  |r1 + r2| <= 2^-9,
 //   log a = k ln2 + T + log1p(r1 + r2),
 //   log1p(r) = r - r^2/2 + r^3 P(r), P from tools/invhyp_fits.
 // k ln2_hi + T_hi is exact (both on the 2^-42 grid) and r1 joins it by a
@@ -31,9 +31,11 @@
 //   others    the same plans with the plain rounded root and quotient,
 //             asinh as log1p(v) with v = |x| + x^2/(1 + sqrt(1 + x^2)), so
 //             that small x keep their relative accuracy without a series.
-// In single every product and sum of the inputs is exact in double, and
-// the plain plans carry the result to about 2^-50 before its one rounding
-// to float.
+// Single (the lean plans): every product and sum of the inputs is exact
+// in double, the logarithm takes m rcp - 1 rounded and a plain sum, and the
+// result carries about 2^-45 before its one rounding to float; below |x| =
+// 2^-12, where the rounded argument no longer keeps the result's relative
+// accuracy, asinh and atanh take their two-term series in float.
 #pragma once
 
 #include <smmintrin.h>
@@ -104,7 +106,7 @@ inline dd2 log_parts(v2 ah, v2 al) {
     const __m128i high = _mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1));
     const __m128i t = _mm_sub_epi32(high, _mm_set1_epi32(static_cast<int32_t>(kLogOffset)));
     const __m128i k = _mm_srai_epi32(t, 20);
-    const __m128i row = _mm_srli_epi32(_mm_and_si128(t, _mm_set1_epi32(0x000FFFFF)), 13);
+    const __m128i row = _mm_srli_epi32(_mm_and_si128(t, _mm_set1_epi32(0x000FFFFF)), 12);
     const __m128i k_field = _mm_slli_epi32(k, 20);
     const v2 m = _mm_castsi128_pd(_mm_sub_epi64(bits, _mm_unpacklo_epi32(_mm_setzero_si128(), k_field)));
     // 2^-k, normal since 0 <= k < 1000.
@@ -154,7 +156,7 @@ inline v2 log_lean(v2 a) {
     const __m128i high = _mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1));
     const __m128i t = _mm_sub_epi32(high, _mm_set1_epi32(static_cast<int32_t>(kLogOffset)));
     const __m128i k = _mm_srai_epi32(t, 20);
-    const __m128i row = _mm_srli_epi32(_mm_and_si128(t, _mm_set1_epi32(0x000FFFFF)), 13);
+    const __m128i row = _mm_srli_epi32(_mm_and_si128(t, _mm_set1_epi32(0x000FFFFF)), 12);
     const v2 m = _mm_castsi128_pd(
         _mm_sub_epi64(bits, _mm_unpacklo_epi32(_mm_setzero_si128(), _mm_slli_epi32(k, 20))));
     const v2 a0 = _mm_load_pd(log_rows[_mm_cvtsi128_si32(row)]);
@@ -197,13 +199,21 @@ struct single_la_set {
     static constexpr bool precise = false;
     static constexpr bool lean = true;
 };
-// log1p(r) = r - r^2/2, relative error below 2^-17.5.
+// log1p(r) = r - r^2/2, relative error below 2^-19.5.
 struct ep_set {
     static constexpr const double* poly = nullptr;
     static constexpr int size = 0;
     static constexpr bool precise = false;
     static constexpr bool lean = true;
 };
+
+// Below |x| = 2^-12 the single plans take x + c x^3 in float, within
+// 2^-24 of the term, which is below 2^-25 of the result.
+inline __m128 small_series(__m128 value, __m128 x, float c) {
+    const __m128 ax = _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF)));
+    const __m128 series = _mm_add_ps(x, _mm_mul_ps(x, _mm_mul_ps(_mm_mul_ps(x, x), _mm_set1_ps(c))));
+    return _mm_blendv_ps(value, series, _mm_cmplt_ps(ax, _mm_set1_ps(0x1p-12f)));
+}
 
 // |x| below 2^28 (below 2^-30 the precise plan returns x, within 2^-7
 // ulp: its argument keeps about 2^-104 absolute, too little there).
@@ -221,11 +231,8 @@ inline v2 asinh_pair(v2 x) {
         result = _mm_blendv_pd(result, ax, _mm_cmplt_pd(ax, splat(0x1p-30)));
     } else if constexpr (S::lean) {
         // a rounded loses 2^-53 absolute: enough above 2^-12, where the
-        // result is at least that; below, x - x^3/6 is within 2^-50.
-        const v2 sq = ax * ax;
-        result = log_lean<S::poly, S::size>(ax + _mm_sqrt_pd(sq + one));
-        const v2 series = ax - ax * (sq * splat(1.0 / 6));
-        result = _mm_blendv_pd(result, series, _mm_cmplt_pd(ax, splat(0x1p-12)));
+        // result is at least that; below, asinh_four takes the series.
+        result = log_lean<S::poly, S::size>(ax + _mm_sqrt_pd(ax * ax + one));
     } else {
         const v2 sq = ax * ax;
         const v2 t = sq / (one + _mm_sqrt_pd(one + sq));
@@ -234,6 +241,13 @@ inline v2 asinh_pair(v2 x) {
         result = log_value<S>(u.hi, u.lo + v.lo);
     }
     return with_sign_of(result, x);
+}
+
+template <class S>
+inline __m128 asinh_four(__m128 x) {
+    const __m128 lo = _mm_cvtpd_ps(asinh_pair<S>(_mm_cvtps_pd(x)));
+    const __m128 hi = _mm_cvtpd_ps(asinh_pair<S>(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
+    return small_series(_mm_movelh_ps(lo, hi), x, -1.0f / 6);
 }
 
 // 1 <= x < 2^28.
@@ -261,13 +275,9 @@ inline v2 atanh_pair(v2 x) {
     const v2 ax = magnitude(x);
     const v2 one = splat(1.0);
     if constexpr (S::lean) {
-        // Single inputs: 1 - |x| exact; u rounded loses 2^-53 absolute,
-        // enough above 2^-12, and below x + x^3/3 is within 2^-50.
-        const v2 u = one + (ax + ax) / (one - ax);
-        v2 result = splat(0.5) * log_lean<S::poly, S::size>(u);
-        const v2 series = ax + ax * ((ax * ax) * splat(1.0 / 3));
-        result = _mm_blendv_pd(result, series, _mm_cmplt_pd(ax, splat(0x1p-12)));
-        return with_sign_of(result, x);
+        // Single inputs: 1 - |x| is exact; u rounded loses 2^-53 absolute,
+        // enough above 2^-12, and below, atanh_four takes the series.
+        return with_sign_of(splat(0.5) * log_lean<S::poly, S::size>(one + (ax + ax) / (one - ax)), x);
     }
     const dd2 d = two_sum(one, -ax);
     const v2 twice = ax + ax;
@@ -284,6 +294,13 @@ inline v2 atanh_pair(v2 x) {
     v2 result = splat(0.5) * log_value<S>(u.hi, u.lo + v_lo);
     if constexpr (S::precise) result = _mm_blendv_pd(result, ax, _mm_cmplt_pd(ax, splat(0x1p-28)));
     return with_sign_of(result, x);
+}
+
+template <class S>
+inline __m128 atanh_four(__m128 x) {
+    const __m128 lo = _mm_cvtpd_ps(atanh_pair<S>(_mm_cvtps_pd(x)));
+    const __m128 hi = _mm_cvtpd_ps(atanh_pair<S>(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
+    return small_series(_mm_movelh_ps(lo, hi), x, 1.0f / 3);
 }
 
 }  // namespace qlm::invhyp
