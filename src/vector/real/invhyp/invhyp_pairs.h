@@ -209,10 +209,12 @@ struct ep_set {
 
 // Below |x| = 2^-12 the single plans take x + c x^3 in float, within
 // 2^-24 of the term, which is below 2^-25 of the result.
+// Taken on |x| with the sign put back, so that -0 stays -0.
 inline __m128 small_series(__m128 value, __m128 x, float c) {
-    const __m128 ax = _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF)));
-    const __m128 series = _mm_add_ps(x, _mm_mul_ps(x, _mm_mul_ps(_mm_mul_ps(x, x), _mm_set1_ps(c))));
-    return _mm_blendv_ps(value, series, _mm_cmplt_ps(ax, _mm_set1_ps(0x1p-12f)));
+    const __m128 sign = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int32_t>(0x80000000u)));
+    const __m128 ax = _mm_andnot_ps(sign, x);
+    const __m128 series = _mm_add_ps(ax, _mm_mul_ps(ax, _mm_mul_ps(_mm_mul_ps(ax, ax), _mm_set1_ps(c))));
+    return _mm_blendv_ps(value, _mm_or_ps(series, _mm_and_ps(x, sign)), _mm_cmplt_ps(ax, _mm_set1_ps(0x1p-12f)));
 }
 
 // |x| below 2^28 (below 2^-30 the precise plan returns x, within 2^-7
