@@ -63,9 +63,7 @@ void run_double(int32_t n, const double* a, double* y) {
 template <class K>
 inline __m128 four(__m128 x) {
     if constexpr (K::four != nullptr) return K::four(x);
-    const __m128 lo = _mm_cvtpd_ps(K::pair(_mm_cvtps_pd(x)));
-    const __m128 hi = _mm_cvtpd_ps(K::pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
-    return _mm_movelh_ps(lo, hi);
+    else return through_pairs<K::pair>(x);
 }
 
 template <class K>

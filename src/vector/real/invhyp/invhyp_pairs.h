@@ -15,9 +15,8 @@
 // two-sum (HA: r2 too, with al kept apart; the ordered form suffices, as
 // |T| is at least the distance from its row to 1, |r1| at most half its
 // width, and head is 0 only on the row of 1, where r2 < 2^-20 <= |r1| or
-// r1 = 0), so the rounded sum is the only
-// error above 2^-64 relative when P is the HA fit: results within about
-// 0.501 ulp.  The row holding m = 1
+// r1 = 0), so the rounded sum is the only error above 2^-64 relative when
+// P is the HA fit: results within about 0.501 ulp.  The row holding m = 1
 // has rcp = 1 and T = 0, so that a near 1 keeps its relative accuracy.
 //
 // Arguments of the logarithm, |x| taken and the sign put back:
@@ -173,39 +172,30 @@ inline v2 log_value(v2 ah, v2 al) {
     return l.hi + l.lo;
 }
 
-// The accuracy sets: the polynomial of the logarithm and whether the
-// argument is carried as double-double.
-struct ha_set {
-    static constexpr const double* poly = log1p_ha;
-    static constexpr int size = sizeof(log1p_ha) / sizeof(double);
-    static constexpr bool precise = true;
-    static constexpr bool lean = false;
+// The accuracy sets: the polynomial of the logarithm, whether the
+// argument is carried as double-double (Precise), and whether the single
+// plans with the lean logarithm run (Lean).
+template <const double* Poly, int Size, bool Precise, bool Lean>
+struct accuracy_set {
+    static constexpr const double* poly = Poly;
+    static constexpr int size = Size;
+    static constexpr bool precise = Precise;
+    static constexpr bool lean = Lean;
 };
-struct la_set {
-    static constexpr const double* poly = log1p_la;
-    static constexpr int size = sizeof(log1p_la) / sizeof(double);
-    static constexpr bool precise = false;
-    static constexpr bool lean = false;
-};
-struct single_set {
-    static constexpr const double* poly = log1p_single;
-    static constexpr int size = sizeof(log1p_single) / sizeof(double);
-    static constexpr bool precise = false;
-    static constexpr bool lean = true;
-};
-struct single_la_set {
-    static constexpr const double* poly = log1p_single_la;
-    static constexpr int size = sizeof(log1p_single_la) / sizeof(double);
-    static constexpr bool precise = false;
-    static constexpr bool lean = true;
-};
+using ha_set = accuracy_set<log1p_ha, sizeof(log1p_ha) / sizeof(double), true, false>;
+using la_set = accuracy_set<log1p_la, sizeof(log1p_la) / sizeof(double), false, false>;
+using single_set = accuracy_set<log1p_single, sizeof(log1p_single) / sizeof(double), false, true>;
+using single_la_set = accuracy_set<log1p_single_la, sizeof(log1p_single_la) / sizeof(double), false, true>;
 // log1p(r) = r - r^2/2, relative error below 2^-19.5.
-struct ep_set {
-    static constexpr const double* poly = nullptr;
-    static constexpr int size = 0;
-    static constexpr bool precise = false;
-    static constexpr bool lean = true;
-};
+using ep_set = accuracy_set<nullptr, 0, false, true>;
+
+// Four floats through two pairs of doubles, rounded once to float.
+template <v2 (*Pair)(v2)>
+inline __m128 through_pairs(__m128 x) {
+    const __m128 lo = _mm_cvtpd_ps(Pair(_mm_cvtps_pd(x)));
+    const __m128 hi = _mm_cvtpd_ps(Pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
+    return _mm_movelh_ps(lo, hi);
+}
 
 // Below |x| = 2^-12 the single plans take x + c x^3 in float, within
 // 2^-24 of the term, which is below 2^-25 of the result.
@@ -215,6 +205,29 @@ inline __m128 small_series(__m128 value, __m128 x, float c) {
     const __m128 ax = _mm_andnot_ps(sign, x);
     const __m128 series = _mm_add_ps(ax, _mm_mul_ps(ax, _mm_mul_ps(_mm_mul_ps(ax, ax), _mm_set1_ps(c))));
     return _mm_blendv_ps(value, _mm_or_ps(series, _mm_and_ps(x, sign)), _mm_cmplt_ps(ax, _mm_set1_ps(0x1p-12f)));
+}
+
+// The lean plans on |x|, for single inputs.  Asinh: a rounded loses 2^-53
+// absolute, enough above 2^-12, where the result is at least that; below,
+// the series.  Atanh: 1 +- |x| are exact, their quotient rounded loses
+// 2^-53 absolute, the same.
+template <class S>
+inline v2 asinh_magnitude(v2 ax) {
+    return log_lean<S::poly, S::size>(ax + _mm_sqrt_pd(ax * ax + splat(1.0)));
+}
+template <class S>
+inline v2 atanh_magnitude(v2 ax) {
+    const v2 one = splat(1.0);
+    return splat(0.5) * log_lean<S::poly, S::size>((one + ax) / (one - ax));
+}
+
+// Four floats of an odd function: the pairs run on |x|, the sign goes back
+// in float, and below 2^-12 the series x + c x^3 takes over.
+template <v2 (*Magnitude)(v2)>
+inline __m128 odd_four(__m128 x, float c) {
+    const __m128 sign = _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int32_t>(0x80000000u))));
+    const __m128 ax = _mm_xor_ps(x, sign);
+    return small_series(_mm_or_ps(through_pairs<Magnitude>(ax), sign), x, c);
 }
 
 // |x| below 2^28 (below 2^-30 the precise plan returns x, within 2^-7
@@ -232,9 +245,7 @@ inline v2 asinh_pair(v2 x) {
         result = log_value<S>(a.hi, a.lo + root.lo);
         result = _mm_blendv_pd(result, ax, _mm_cmplt_pd(ax, splat(0x1p-30)));
     } else if constexpr (S::lean) {
-        // a rounded loses 2^-53 absolute: enough above 2^-12, where the
-        // result is at least that; below, asinh_four takes the series.
-        result = log_lean<S::poly, S::size>(ax + _mm_sqrt_pd(ax * ax + one));
+        result = asinh_magnitude<S>(ax);
     } else {
         const v2 sq = ax * ax;
         const v2 t = sq / (one + _mm_sqrt_pd(one + sq));
@@ -247,9 +258,7 @@ inline v2 asinh_pair(v2 x) {
 
 template <class S>
 inline __m128 asinh_four(__m128 x) {
-    const __m128 lo = _mm_cvtpd_ps(asinh_pair<S>(_mm_cvtps_pd(x)));
-    const __m128 hi = _mm_cvtpd_ps(asinh_pair<S>(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
-    return small_series(_mm_movelh_ps(lo, hi), x, -1.0f / 6);
+    return odd_four<asinh_magnitude<S>>(x, -1.0f / 6);
 }
 
 // 1 <= x < 2^28.
@@ -276,11 +285,7 @@ template <class S>
 inline v2 atanh_pair(v2 x) {
     const v2 ax = magnitude(x);
     const v2 one = splat(1.0);
-    if constexpr (S::lean) {
-        // Single inputs: 1 - |x| is exact; u rounded loses 2^-53 absolute,
-        // enough above 2^-12, and below, atanh_four takes the series.
-        return with_sign_of(splat(0.5) * log_lean<S::poly, S::size>(one + (ax + ax) / (one - ax)), x);
-    }
+    if constexpr (S::lean) return with_sign_of(atanh_magnitude<S>(ax), x);
     const dd2 d = two_sum(one, -ax);
     const v2 twice = ax + ax;
     const v2 v = twice / d.hi;
@@ -300,9 +305,7 @@ inline v2 atanh_pair(v2 x) {
 
 template <class S>
 inline __m128 atanh_four(__m128 x) {
-    const __m128 lo = _mm_cvtpd_ps(atanh_pair<S>(_mm_cvtps_pd(x)));
-    const __m128 hi = _mm_cvtpd_ps(atanh_pair<S>(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
-    return small_series(_mm_movelh_ps(lo, hi), x, 1.0f / 3);
+    return odd_four<atanh_magnitude<S>>(x, 1.0f / 3);
 }
 
 }  // namespace qlm::invhyp
