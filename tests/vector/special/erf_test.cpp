@@ -180,11 +180,12 @@ void expect_one_rejected_lane(const family& f, unary_fn<T> const* table) {
             const auto y = run<T>(table[slot], x, &status);
             EXPECT_EQ(status, 0);
             EXPECT_EQ(y[lane], static_cast<T>(f.rejected_result)) << f.name << " slot " << slot << " lane " << lane;
-            for (int i = 0; i < 2 * w; ++i)
-                if (i != lane)
-                    EXPECT_TRUE(same_bits(y[i], fast[i]))
-                        << f.name << " slot " << slot << " rejected lane " << lane << ", element " << i << ": " << y[i]
-                        << " against " << fast[i];
+            for (int i = 0; i < 2 * w; ++i) {
+                if (i == lane) continue;
+                EXPECT_TRUE(same_bits(y[i], fast[i]))
+                    << f.name << " slot " << slot << " rejected lane " << lane << ", element " << i << ": " << y[i]
+                    << " against " << fast[i];
+            }
         }
     }
 }
