@@ -11,7 +11,7 @@
 // Before the runs, the max error in ulps of each Erf, Erfc and CdfNorm
 // contender on the benchmark's own inputs, against MPFR.  SLEEF's erfc is
 // u15 (it has no u10): our Erfc HA is compared with that.  Likewise for
-// every contender of Asin, Acos, Atan and Atan2.
+// every contender of Asin, Acos, Atan, Atan2, Asinh, Acosh and Atanh.
 //
 //   bench_special                   the benchmarks and the ratios
 //   bench_special --cost_figures    cycles per element of every routine by
@@ -332,13 +332,13 @@ void register_all() {
          QLM_QUADS(Sleef_atanf4_u10sse4), QLM_QUADS(Sleef_atanf4_u35sse4), QLM_QUADS(_ZGVbN4v_atanf), scalar_loop_f<atanf>, mpfr_atan},
         {"Asinh", {-50, 50}, qlm_vxm_kernel_dAsinh_ttab, qlm_vxm_kernel_sAsinh_ttab,
          QLM_PAIRS(Sleef_asinhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_asinh), scalar_loop<std::asinh>,
-         QLM_QUADS(Sleef_asinhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_asinhf), scalar_loop_f<asinhf>},
+         QLM_QUADS(Sleef_asinhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_asinhf), scalar_loop_f<asinhf>, mpfr_asinh},
         {"Acosh", {1, 100}, qlm_vxm_kernel_dAcosh_ttab, qlm_vxm_kernel_sAcosh_ttab,
          QLM_PAIRS(Sleef_acoshd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_acosh), scalar_loop<std::acosh>,
-         QLM_QUADS(Sleef_acoshf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_acoshf), scalar_loop_f<acoshf>},
+         QLM_QUADS(Sleef_acoshf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_acoshf), scalar_loop_f<acoshf>, mpfr_acosh},
         {"Atanh", {-0.99, 0.99}, qlm_vxm_kernel_dAtanh_ttab, qlm_vxm_kernel_sAtanh_ttab,
          QLM_PAIRS(Sleef_atanhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_atanh), scalar_loop<std::atanh>,
-         QLM_QUADS(Sleef_atanhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_atanhf), scalar_loop_f<atanhf>},
+         QLM_QUADS(Sleef_atanhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_atanhf), scalar_loop_f<atanhf>, mpfr_atanh},
         {"Erf", {-5, 5}, qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab,
          QLM_PAIRS(Sleef_erfd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_erf), scalar_loop<std::erf>,
          QLM_QUADS(Sleef_erff4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_erff), scalar_loop_f<erff>},
