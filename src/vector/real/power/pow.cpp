@@ -39,7 +39,10 @@ using namespace qlm::lanes;
 namespace pw = qlm::power;
 using qlm::frame::kernel_frame;
 
-enum class core { pair, plain };
+// pair: the accurate pair core; light: the lighter pair core of pow_la (the
+// double LA slots; its per-element step takes the pair core); plain: the
+// plain core.
+enum class core { pair, light, plain };
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
@@ -54,7 +57,7 @@ inline int integer_kind(double y) {
 // |x|^y for x positive and finite, any finite y, on one element.
 template <core Core>
 inline double positive_power(double x, double y) {
-    if constexpr (Core == core::pair) {
+    if constexpr (Core != core::plain) {
         double lh, ll, th, tl;
         pw::log_pair_any(x, lh, ll);
         const double t = y * lh;
@@ -106,6 +109,8 @@ inline V pow_lane(V x, V y, V& th) {
         pw::log_pair(x, lh, ll);
         pw::scale_pair(y, splat<V>(0.0), lh, ll, th, tl);
         return pw::exp_pair(th, tl);
+    } else if constexpr (Core == core::light) {
+        return pw::pow_la(x, y, th);
     } else {
         th = y * pw::log_plain(x);
         return pw::exp_plain(th);
@@ -176,10 +181,9 @@ void qlmk_dPow_HA(int32_t n, const double* a, const double* b, double* y) {
     kernel_frame frame;
     if (n > 0) pow_vectors<core::pair>(n, a, b, y, "vdPow");
 }
-// LA shares the pair core with HA: see the file comment.
 void qlmk_dPow_LA(int32_t n, const double* a, const double* b, double* y) {
     kernel_frame frame;
-    if (n > 0) pow_vectors<core::pair>(n, a, b, y, "vdPow");
+    if (n > 0) pow_vectors<core::light>(n, a, b, y, "vdPow");
 }
 void qlmk_dPow_EP(int32_t n, const double* a, const double* b, double* y) {
     kernel_frame frame;
@@ -191,7 +195,7 @@ void qlmk_dPowx_HA(int32_t n, const double* a, double b, double* y) {
 }
 void qlmk_dPowx_LA(int32_t n, const double* a, double b, double* y) {
     kernel_frame frame;
-    if (n > 0) pow_scalar<core::pair>(n, a, b, y, "vdPowx");
+    if (n > 0) pow_scalar<core::light>(n, a, b, y, "vdPowx");
 }
 void qlmk_dPowx_EP(int32_t n, const double* a, double b, double* y) {
     kernel_frame frame;
