@@ -71,4 +71,18 @@ inline __m128 cube_root(__m128 x) {
     return _mm_or_ps(_mm_castsi128_ps(scaled), _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(INT32_MIN))));
 }
 
+// The screen of a group: every magnitude's top word w, unsigned, with
+// w - low below width (normal, finite and nonzero), one branch for the group.
+inline bool all_in(__m128i words, int32_t low, int32_t width) {
+    const __m128i bias = _mm_set1_epi32(INT32_MIN);
+    const __m128i w = _mm_and_si128(words, _mm_set1_epi32(INT32_MAX));
+    const __m128i d = _mm_xor_si128(_mm_sub_epi32(w, _mm_set1_epi32(low)), bias);
+    return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(d, _mm_set1_epi32(width ^ INT32_MIN)))) == 0xF;
+}
+inline bool all_normal(__m128d x0, __m128d x1) {
+    const __m128i high = _mm_castps_si128(_mm_shuffle_ps(_mm_castpd_ps(x0), _mm_castpd_ps(x1), _MM_SHUFFLE(3, 1, 3, 1)));
+    return all_in(high, 0x00100000, 0x7FE00000);
+}
+inline bool all_normal(__m128 x) { return all_in(_mm_castps_si128(x), 0x00800000, 0x7F000000); }
+
 }  // namespace qlm::power::la

@@ -207,13 +207,17 @@ void cbrt_la_kernel(int32_t n, const T* a, T* y) {
         int32_t status = 0;  // stays 0: the cube root has no status
         y[i] = static_cast<T>(power_special<cbrt_spec>(x, status));
     };
+    namespace la = qlm::power::la;
     auto fast = [&](int32_t i) {
-        if (!(la_window(a[i]) & la_window(a[i + 1]) & la_window(a[i + 2]) & la_window(a[i + 3]))) return false;
         if constexpr (sizeof(T) == 8) {
-            _mm_storeu_pd(y + i, qlm::power::la::cube_root(_mm_loadu_pd(a + i)));
-            _mm_storeu_pd(y + i + 2, qlm::power::la::cube_root(_mm_loadu_pd(a + i + 2)));
+            const __m128d x0 = _mm_loadu_pd(a + i), x1 = _mm_loadu_pd(a + i + 2);
+            if (!la::all_normal(x0, x1)) return false;
+            _mm_storeu_pd(y + i, la::cube_root(x0));
+            _mm_storeu_pd(y + i + 2, la::cube_root(x1));
         } else {
-            _mm_storeu_ps(y + i, qlm::power::la::cube_root(_mm_loadu_ps(a + i)));
+            const __m128 x = _mm_loadu_ps(a + i);
+            if (!la::all_normal(x)) return false;
+            _mm_storeu_ps(y + i, la::cube_root(x));
         }
         return true;
     };

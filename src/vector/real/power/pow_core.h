@@ -42,15 +42,24 @@ inline V to_double(ints_of<V> v) {
     return from_bits(bits(lanes::splat<V>(kShifter)) + v) - kShifter;
 }
 
+// x = 2^e m with m in [0.707, 1.414) (halved from 1.4140625 on), and the
+// row of the log table that serves m; x positive, normal and finite.
+template <typename V>
+inline ints_of<V> log_argument(V x, V& e, V& m) {
+    const ints_of<V> b = bits(x);
+    const ints_of<V> row = (b >> 44) & 255;
+    const ints_of<V> halve = ((row + 150) >> 8) & 1;  // 1 from row 106 on
+    e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
+    m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    return row;
+}
+
 // log x as lh + ll, for x positive, normal and finite.
 template <typename V>
 inline void log_pair(V x, V& lh, V& ll) {
     using namespace lanes;
-    const ints_of<V> b = bits(x);
-    const ints_of<V> row = (b >> 44) & 255;
-    const ints_of<V> halve = ((row + 150) >> 8) & 1;  // 1 from row 106 on
-    const V e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
-    const V m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    V e, m;
+    const ints_of<V> row = log_argument(x, e, m);
     const V c = gather<0>(log_table, row);
     const V lc_hi = gather<1>(log_table, row), lc_lo = gather<2>(log_table, row);
 
@@ -156,11 +165,8 @@ namespace qlm::power {
 template <typename V>
 inline V log_plain(V x) {
     using namespace lanes;
-    const ints_of<V> b = bits(x);
-    const ints_of<V> row = (b >> 44) & 255;
-    const ints_of<V> halve = ((row + 150) >> 8) & 1;
-    const V e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
-    const V m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    V e, m;
+    const ints_of<V> row = log_argument(x, e, m);
     const V r = m * gather<0>(log_table, row) - 1.0;
     const V r2 = r * r;
     const V tail = r2 * (-0.5 + r * (0x1.5555555555555p-2 + r * (-0.25 + r * 0x1.999999999999ap-3)));
@@ -197,11 +203,8 @@ namespace qlm::power {
 template <typename V>
 inline V pow_la(V x, V y, V& th) {
     using namespace lanes;
-    const ints_of<V> b = bits(x);
-    const ints_of<V> row = (b >> 44) & 255;
-    const ints_of<V> halve = ((row + 150) >> 8) & 1;
-    const V e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
-    const V m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    V e, m;
+    const ints_of<V> row = log_argument(x, e, m);
     const V c = gather<0>(log_table, row);
     const V lc_hi = gather<1>(log_table, row), lc_lo = gather<2>(log_table, row);
     const V m_hi = from_bits(bits(m) & ~static_cast<int64_t>(0x1FF));
