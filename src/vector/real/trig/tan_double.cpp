@@ -7,10 +7,11 @@
 // the x87 evaluator of tan_core.h (pi/32 reduction, exact for every size,
 // 64-bit addition formulas and quotient), within 0.51 ulp.
 // LA: four elements a turn, the continued-fraction lane of trig_la_lanes.h
-// (within 1.6 ulps); EP: eight elements a turn, the polynomial method by pi/2
-// of tan_core.h; both under the x87 control value 0x200, and in both the
-// lanes at or above 2^24 are redone by the HA evaluator one at a time.  NaN gives NaN quietly; an
-// infinity gives NaN with VXM_STATUS_ERRDOM.  Tan of ±0 keeps the sign.
+// (within 3.2 ulps), lanes at or above 2^16 redone; EP: eight elements a
+// turn, the polynomial method by pi/2 of tan_core.h, lanes at or above 2^24
+// redone.  Both run under the x87 control value 0x200, and the redone lanes
+// go one at a time to the HA evaluator.  NaN gives NaN quietly; an infinity
+// gives NaN with VXM_STATUS_ERRDOM.  Tan of ±0 keeps the sign.
 #include <cstdint>
 
 #include "frame/error_path.h"
