@@ -1,0 +1,122 @@
+// ErfInv, double EP and single LA and EP: a logarithm and one polynomial.
+//
+// Method: w = -ln((1 - |x|)(1 + |x|)), by the coarse logarithm core of
+// log_double.h (257-row table, ln(1 + r) = r + c2 r^2, absolute error
+// below 2^-28.5).  1 - |x| is exact for |x| >= 1/2, so w keeps its relative
+// accuracy next to the poles; next to 0 only its absolute error counts.
+//   centre, |x| < 1 - 2^-9 (w < 5.545): erfinv(x) = x P(w - 2.78125);
+//     d ln P/dw < 0.3, so w's absolute error costs under 2^-30 relative,
+//     and x P keeps the sign of zero and serves denormals exactly.
+//   outer, 1 - 2^-9 <= |x| < 1 - 2^-21 in double (every float below 1 in
+//     single): erfinv(x) = sign(x) Q(sqrt(w) - 3.1875).
+// P (degree in erfinv_tables.h) and Q are fitted by tools/special_fits to
+// 2^-31 relative; measured over the tests' samples the double results hold
+// more than 28 correct bits, and single results, computed in double pairs
+// and rounded once, stay within about 0.6 ulp.
+// Loop: the group loops of lane_loops.h, four doubles in two pairs or eight
+// floats in two fours (each four widened to two double pairs).  A pair
+// whose lanes are both central skips the outer polynomial and the root; a
+// mixed pair computes both and blends, which happens for about one uniform
+// group in a hundred.
+// Screen: double |x| high word below 0x3FEFFFFF (|x| < 1 - 2^-21), single
+// |x| < 1.  Lanes that fail take the scalar routine: 1 - 2^-21 <= |x| < 1
+// the accurate Halley path of erfinv_core.h, NaN gives NaN without a
+// status, +-1 gives +-infinity with SING, |x| > 1 NaN with ERRDOM.
+#include <cstddef>
+
+#include "frame/kernel_frame.h"
+#include "frame/kernel_tables.h"
+#include "vector/real/lane_loops.h"
+#include "vector/real/log/log_double.h"
+#include "vector/real/special/erfinv_core.h"
+#include "vector/real/special/erfinv_tables.h"
+
+namespace {
+
+using namespace qlm::vector;
+using qlm::special::erfinv_centre_p;
+using qlm::special::erfinv_outer_p;
+
+constexpr int32_t kCentreHigh = 0x3FEFF000;  // |x| = 1 - 2^-9
+constexpr int32_t kFastHigh = 0x3FEFFFFF;    // |x| = 1 - 2^-21 (double)
+constexpr double kCentreLimit = 1.0 - 0x1p-9;
+constexpr double kCentreMid = 2.78125, kOuterMid = 3.1875;
+
+// The fit's polynomial in t; its last entry (the low part of the constant
+// term) is below the accuracy these routines keep and is not read.
+template <std::size_t N>
+inline __m128d polynomial(const double (&k)[N], __m128d t) {
+    __m128d p = _mm_set1_pd(k[N - 2]);
+    for (int j = static_cast<int>(N) - 3; j >= 0; --j) p = _mm_add_pd(_mm_set1_pd(k[j]), _mm_mul_pd(p, t));
+    return p;
+}
+
+// erfinv of a pair with |x| < 1 - 2^-21 (floats widened: below 1).
+inline __m128d erfinv_pair(__m128d x) {
+    const __m128d sign = splat_bits(0x8000000000000000ull), one = _mm_set1_pd(1.0);
+    const __m128d ax = _mm_andnot_pd(sign, x);
+    const __m128d v = _mm_mul_pd(_mm_sub_pd(one, ax), _mm_add_pd(one, ax));
+    const __m128d w = _mm_xor_pd(log_double::coarse<2, false>(v), sign);
+    const __m128d centre = _mm_mul_pd(x, polynomial(erfinv_centre_p, _mm_sub_pd(w, _mm_set1_pd(kCentreMid))));
+    if (all_magnitudes_below(log_double::pair_high_words(x), kCentreHigh, 0x3)) return centre;
+    const __m128d s = _mm_sqrt_pd(w);
+    const __m128d outer =
+        _mm_or_pd(_mm_and_pd(sign, x), polynomial(erfinv_outer_p, _mm_sub_pd(s, _mm_set1_pd(kOuterMid))));
+    return _mm_blendv_pd(outer, centre, _mm_cmplt_pd(ax, _mm_set1_pd(kCentreLimit)));
+}
+
+// The scalar routine of every lane outside the fast range.
+template <typename Elem>
+Elem outside_fast_range(Elem x, int& status) {
+    if (x > Elem(-1) && x < Elem(1)) return static_cast<Elem>(qlm::special::erf_inverse_value<2>(x));
+    return qlm::special::unit_interval_poles(x, status);
+}
+
+struct double_erfinv {
+    static bool screen(__m128d x0, __m128d x1) { return all_magnitudes_below(high_words(x0, x1), kFastHigh, 0xF); }
+    static bool screen_one(__m128d x) { return all_magnitudes_below(high_words(x, x), kFastHigh, 0x1); }
+    static __m128d value(__m128d x) { return erfinv_pair(x); }
+    static bool special(int32_t i, const double* a, double* y) {
+        if (screen_one(_mm_set1_pd(a[i]))) return false;
+        int status = 0;
+        y[i] = outside_fast_range(a[i], status);
+        if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, "vdErfInv");
+        return true;
+    }
+};
+
+struct single_erfinv {
+    static bool screen(__m128 x) { return all_magnitudes_below(_mm_castps_si128(x), 0x3F800000, 0xF); }
+    static bool screen_one(__m128 x) { return all_magnitudes_below(_mm_castps_si128(x), 0x3F800000, 0x1); }
+    static __m128 fast(__m128 x) {
+        const __m128d r0 = erfinv_pair(_mm_cvtps_pd(x)), r1 = erfinv_pair(_mm_cvtps_pd(_mm_movehl_ps(x, x)));
+        return _mm_movelh_ps(_mm_cvtpd_ps(r0), _mm_cvtpd_ps(r1));
+    }
+    // A recomputed group: lanes below 1 run the same formula on one lane.
+    static void scalar(int32_t i, const float* a, float* y) {
+        const __m128 x = _mm_set1_ps(a[i]);
+        if (screen_one(x)) {
+            _mm_store_ss(y + i, fast(x));
+            return;
+        }
+        int status = 0;
+        y[i] = outside_fast_range(a[i], status);
+        if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, "vsErfInv");
+    }
+};
+
+void single_routine(int32_t n, const float* a, float* y) {
+    qlm::frame::kernel_frame frame;
+    if (n > 0) run_single_groups<single_erfinv>(n, a, y);
+}
+
+}  // namespace
+
+extern "C" void qlmk_dErfInv_EP(int32_t n, const double* a, double* y) {
+    qlm::frame::kernel_frame frame;
+    if (n > 0) run_double_groups<saved_value_kernel<double_erfinv>>(n, a, y);
+}
+
+// Single LA and EP share the plan: the double pairs already meet LA.
+extern "C" void qlmk_sErfInv_LA(int32_t n, const float* a, float* y) { single_routine(n, a, y); }
+extern "C" void qlmk_sErfInv_EP(int32_t n, const float* a, float* y) { single_routine(n, a, y); }
