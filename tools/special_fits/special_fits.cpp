@@ -333,6 +333,13 @@ int main(int argc, char** argv) {
         std::fprintf(out, "// erfinv(x) in t = sqrt(w) - 3.1875 on [2.35, 4.0]\n");
         emit_poly((std::string("erfinv_outer_") + s.suffix).c_str(), fit(erfinv_outer, 2.35, 4.0, 3.1875, s.rel));
     }
+    // Set d (2^-55) for the double LA routine: the centre in two halves, so
+    // that |t| stays small enough for the rounded coefficients to hold.
+    std::fprintf(out, "\n// ---- accuracy set d\n// erfinv(x)/x in t = w - 1.4 on [0, 2.8] and in t = w - 4.15625 on [2.75, 5.5625]\n");
+    emit_poly("erfinv_centre_low_d", fit(erfinv_centre, 0, 2.8, 1.4, 0x1p-55));
+    emit_poly("erfinv_centre_high_d", fit(erfinv_centre, 2.75, 5.5625, 4.15625, 0x1p-55));
+    std::fprintf(out, "// erfinv(x) in t = sqrt(w) - 3.05 on [2.35, 3.75]\n");
+    emit_poly("erfinv_outer_d", fit(erfinv_outer, 2.35, 3.75, 3.05, 0x1p-55));
     std::fprintf(out, "\n}  // namespace qlm::special\n");
     std::fclose(out);
 
