@@ -16,4 +16,14 @@ inline constexpr double erfinv_centre_p[14] = {0x1.92070b4156f35p+0, 0x1.f3bcd25
 // degree 9, max relative error 2.62e-10; the last entry is the low part of the first
 inline constexpr double erfinv_outer_p[11] = {0x1.82b0cc2779ab1p+1, 0x1.0140be15941d1p+0, 0x1.5051704be8a8ep-8, -0x1.5dc8f7552418cp-9, 0x1.e5f0b871541d9p-11, -0x1.e1e7e9ad4bb42p-13, 0x1.e0dead299e6bfp-17, 0x1.b228e2eaffd9dp-16, -0x1.08a4ad8785bbp-16, 0x1.ca498e4484b6fp-19, 0x1.573d26f35ba2dp-53};
 
+// ---- accuracy set d
+// erfinv(x)/x in t = w - 1.4 on [0, 2.8] and in t = w - 4.15625 on [2.75, 5.5625]
+// degree 17, max relative error 5.68e-18; the last entry is the low part of the first
+inline constexpr double erfinv_centre_low_d[19] = {0x1.3a1f3203b1519p+0, 0x1.00203ffda9205p-2, 0x1.8de75bcfcb17cp-10, -0x1.1b3dc64b2c8b8p-9, 0x1.5a7f1d39c80c3p-13, 0x1.bc7414622b223p-16, -0x1.634114bc1a8b7p-18, -0x1.5b02eb3ed210fp-23, 0x1.08b03028eaaaep-23, -0x1.5b25cb5d9eac9p-28, -0x1.40f7788ddc3ccp-29, 0x1.27a19f8a7599fp-32, 0x1.27b92601d4128p-35, -0x1.21ddb0c6d3ceep-37, -0x1.e18be72f14fd3p-43, 0x1.bc328351f7107p-43, -0x1.79f3dabffe28bp-48, -0x1.ef4b6812717e1p-49, -0x1.4240f7cb367dfp-55};
+// degree 15, max relative error 6.56e-18; the last entry is the low part of the first
+inline constexpr double erfinv_centre_high_d[17] = {0x1.e4efb322d7a04p+0, 0x1.cf059e017885ep-3, -0x1.de6714b212ec1p-8, -0x1.17cda7ba5c3d7p-13, 0x1.c09c43383666dp-14, -0x1.f67b69f8129c9p-17, 0x1.615a7a148c8d7p-21, 0x1.269f02c6def81p-23, -0x1.067f4ed27d0a4p-25, 0x1.3025333205754p-29, 0x1.842e81b91d49fp-33, -0x1.0d6c8f729f19fp-34, 0x1.9ce7a45427ac9p-38, 0x1.82b9bf59b0669p-43, -0x1.0d973cc22c19ap-43, 0x1.c698784828e2fp-47, 0x1.bd84b7c922f64p-57};
+// erfinv(x) in t = sqrt(w) - 3.05 on [2.35, 3.75]
+// degree 19, max relative error 2.42e-17; the last entry is the low part of the first
+inline constexpr double erfinv_outer_d[21] = {0x1.7104907213669p+1, 0x1.00d9ad27313b7p+0, 0x1.9fbf275524577p-8, -0x1.a65582290b0e4p-9, 0x1.1cafdb337faebp-10, -0x1.e1226b2182e31p-13, -0x1.39609ad9ab5c9p-16, 0x1.8606c1d9cfa99p-15, -0x1.7b9a4d733ffc4p-16, 0x1.030af3dfcabc3p-18, 0x1.1b3a877d78df1p-19, -0x1.d711a7940bbffp-20, 0x1.f762a6d944a8cp-22, 0x1.89568a446b3a8p-24, -0x1.0f27d2d9730ap-23, 0x1.6e03f026f53a9p-25, 0x1.c5c006add5ce9p-29, -0x1.2b6809a25ca7p-27, 0x1.34496c786c576p-29, 0x1.4eba7660c5028p-32, -0x1.312a2c5237915p-55};
+
 }  // namespace qlm::special
