@@ -60,11 +60,11 @@ inline __m128d polynomial_with_low(const double (&k)[N], __m128d t) {
     return _mm_add_pd(_mm_set1_pd(k[0]), _mm_add_pd(_mm_set1_pd(k[N - 1]), _mm_mul_pd(p, t)));
 }
 
-const __m128d kSign = splat_bits(0x8000000000000000ull);
+inline __m128d sign_mask() { return splat_bits(0x8000000000000000ull); }
 
 // Double EP, single LA and EP: the coarse logarithm and fit set p.
 struct ep_plan {
-    static __m128d w(__m128d v) { return _mm_xor_pd(log_double::coarse<2, false>(v), kSign); }
+    static __m128d w(__m128d v) { return _mm_xor_pd(log_double::coarse<2, false>(v), sign_mask()); }
     static __m128d centre(__m128d w) { return polynomial(erfinv_centre_p, _mm_sub_pd(w, _mm_set1_pd(2.78125))); }
     static __m128d outer(__m128d s) { return polynomial(erfinv_outer_p, _mm_sub_pd(s, _mm_set1_pd(3.1875))); }
 };
@@ -73,7 +73,7 @@ struct ep_plan {
 // fit set d, whose centre is split at w = 2.78: a pair on one side runs one
 // polynomial, a pair across the split both, blended.
 struct la_plan {
-    static __m128d w(__m128d v) { return _mm_xor_pd(log_double::fine_sum(log_double::fine(v)), kSign); }
+    static __m128d w(__m128d v) { return _mm_xor_pd(log_double::fine_sum(log_double::fine(v)), sign_mask()); }
     static __m128d centre(__m128d w) {
         const __m128d low_side = _mm_cmplt_pd(w, _mm_set1_pd(2.78));
         const int m = _mm_movemask_pd(low_side);
@@ -90,11 +90,11 @@ struct la_plan {
 template <class Plan>
 inline __m128d erfinv_pair(__m128d x) {
     const __m128d one = _mm_set1_pd(1.0);
-    const __m128d ax = _mm_andnot_pd(kSign, x);
+    const __m128d ax = _mm_andnot_pd(sign_mask(), x);
     const __m128d w = Plan::w(_mm_mul_pd(_mm_sub_pd(one, ax), _mm_add_pd(one, ax)));
     const __m128d centre = _mm_mul_pd(x, Plan::centre(w));
     if (all_magnitudes_below(log_double::pair_high_words(x), kCentreHigh, 0x3)) return centre;
-    const __m128d outer = _mm_or_pd(_mm_and_pd(kSign, x), Plan::outer(_mm_sqrt_pd(w)));
+    const __m128d outer = _mm_or_pd(_mm_and_pd(sign_mask(), x), Plan::outer(_mm_sqrt_pd(w)));
     return _mm_blendv_pd(outer, centre, _mm_cmplt_pd(ax, _mm_set1_pd(kCentreLimit)));
 }
 
