@@ -1,18 +1,24 @@
-// ErfInv, double EP and single LA and EP: a logarithm and one polynomial.
+// ErfInv, double LA and EP, single LA and EP: a logarithm and a polynomial.
 //
-// Method: w = -ln((1 - |x|)(1 + |x|)), by the coarse logarithm core of
-// log_double.h (257-row table, ln(1 + r) = r + c2 r^2, absolute error
-// below 2^-28.5).  1 - |x| is exact for |x| >= 1/2, so w keeps its relative
-// accuracy next to the poles; next to 0 only its absolute error counts.
-//   centre, |x| < 1 - 2^-9 (w < 5.545): erfinv(x) = x P(w - 2.78125);
-//     d ln P/dw < 0.3, so w's absolute error costs under 2^-30 relative,
-//     and x P keeps the sign of zero and serves denormals exactly.
+// Method: w = -ln((1 - |x|)(1 + |x|)).  1 - |x| is exact for |x| >= 1/2,
+// so w keeps its relative accuracy next to the poles; next to 0 only its
+// absolute error counts.
+//   centre, |x| < 1 - 2^-9 (w < 5.545): erfinv(x) = x P(w); d ln P/dw < 0.3,
+//     so an absolute error in w costs at most a third of it relative, and
+//     x P keeps the sign of zero and serves denormals exactly.
 //   outer, 1 - 2^-9 <= |x| < 1 - 2^-21 in double (every float below 1 in
-//     single): erfinv(x) = sign(x) Q(sqrt(w) - 3.1875).
-// P (degree in erfinv_tables.h) and Q are fitted by tools/special_fits to
-// 2^-31 relative; measured over the tests' samples the double results hold
-// more than 28 correct bits, and single results, computed in double pairs
-// and rounded once, stay within about 0.6 ulp.
+//     single): erfinv(x) = sign(x) Q(sqrt w).
+// EP plan (double EP, single LA and EP): the coarse logarithm of
+// log_double.h (ln(1 + r) = r + c2 r^2, absolute error below 2^-28.5) and
+// fit set p (P of degree 12 in w - 2.78125, Q of degree 9 in s - 3.1875, 2^-31
+// relative).  Measured: double above 30.6 correct bits; single, computed
+// in double pairs and rounded once, 0.5 ulp on the tests' samples and at
+// most 1 ulp from the HA result over 2 million.
+// LA plan (double LA): the fine logarithm of the Ln LA routine (about 1.5
+// ulp) and fit set d to 2^-55 (P split at w = 2.78 into degrees 17 and 15,
+// Q of degree 19), constant terms as hi + lo.  Measured: at most 2 ulp
+// from the HA result, 1.4 ulp from MPFR on the tests' samples.
+// All fits come from tools/special_fits (erfinv_tables.h).
 // Loop: the group loops of lane_loops.h, four doubles in two pairs or eight
 // floats in two fours (each four widened to two double pairs).  A pair
 // whose lanes are both central skips the outer polynomial and the root; a
