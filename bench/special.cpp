@@ -408,6 +408,12 @@ void register_all() {
         register_single(f + "_glibc_scalar", e.d, e.d, e.scalarf);
         compare(d + "_HA", d + "_glibc_scalar");
         compare(f + "_HA", f + "_glibc_scalar");
+        if (!e.sleef_u35) {  // no vector peer of lower accuracy: LA and EP against the plain loop
+            for (const char* slot : {"_LA", "_EP"}) {
+                compare(d + slot, d + "_glibc_scalar");
+                compare(f + slot, f + "_glibc_scalar");
+            }
+        }
     }
 
     // SLEEF's erfc is u15: our Erfc HA beside it.
