@@ -12,12 +12,15 @@
 // The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
 // one rounding to float decides the result: the HA routines.
 //
-// LA and EP run in float (native below), on the single exponential's
-// mantissa routines (HA's table for LA, EP's degree 4 for EP):
-//   Cosh   e/2 + 1/(2e), the reciprocal by division (LA) or RCPPS (EP;
-//          Sinh too)
-//   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
-//          (e - 1/e)/2, whose cancellation is at most coth 1 (coth 1/2)
+// LA and EP run in float (native below).  LA Sinh and Cosh take, for
+// |x| >= 1, e^|x|/2 from the HA exponential's table before its last
+// rounding, as an exact head and a small tail, and add -+e^-|x|/2 (a
+// division) to the tail first, so the result rounds once; below 1 their
+// Taylor series (sinh to x^11, cosh to x^10).  EP Sinh and Cosh use the
+// EP exponential (table-free, degree 4, 16 bits):
+//   Cosh   e/2 + 1/(2e), the reciprocal by RCPPS
+//   Sinh   |x| < 1/2: x + x^3/3! + ... to x^7; above, (e - 1/e)/2 with
+//          RCPPS, whose cancellation is at most coth 1/2
 //   Tanh   |x| < 1/2: x + x^3 P(x^2), P fitted (five terms, EP three);
 //          above, 1 - 2/(e^(2|x|) + 1), |x| clamped at 9
 // with the sign of x put back.  Their screen is the single exponential's
@@ -35,6 +38,7 @@
 #include <type_traits>
 
 #include "frame/error_path.h"
+#include "vector/real/exp/exp_short.h"
 #include "vector/real/exp/exp_single.h"
 #include "vector/real/exp/exp_split.h"
 #include "vector/real/lane_loops.h"
@@ -101,14 +105,27 @@ struct kernel {
     }
 };
 
+// Horner in w over float coefficients, each splatted from its bits.
+template <int N>
+inline __m128 horner(__m128 w, const float (&c)[N], int terms = N) {
+    __m128 q = exp_short::splat(c[terms - 1]);
+    for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(exp_short::splat(c[k]), _mm_mul_ps(w, q));
+    return q;
+}
+
 // The odd Taylor series of sinh in y^2 = w, with the given number of
 // terms after the first.
 template <int Terms>
 inline __m128 sinh_series(__m128 y, __m128 w) {
-    constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
-    __m128 q = _mm_set1_ps(c[Terms - 1]);
-    for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
-    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), q));
+    static constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
+    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), horner(w, c, Terms)));
+}
+
+// cosh y - 1 = w (1/2 + w/4! + ... + w^4/10!) for w = y^2 <= 1: the
+// dropped w^5/12! is below 2^-31.
+inline __m128 cosh_series_minus_one(__m128 w) {
+    static constexpr float c[] = {1.0f / 2, 1.0f / 24, 1.0f / 720, 1.0f / 40320, 1.0f / 3628800};
+    return _mm_mul_ps(w, horner(w, c));
 }
 
 template <function F, bool Enhanced>
@@ -127,36 +144,62 @@ struct native {
     // Sinh above the cut); in Tanh it makes the result, and is divided.
     static __m128 reciprocal(__m128 v) {
         if constexpr (Enhanced && F != function::tanh) return _mm_rcp_ps(v);
-        else return _mm_div_ps(_mm_set1_ps(1.0f), v);
+        else return _mm_div_ps(exp_short::splat(1.0f), v);
+    }
+
+    // LA Sinh and Cosh for y >= 1: e^y/2 = H + L from the HA exponential
+    // before its last rounding (H = T 2^(m-1) exact, |L| < 0.006 H), and
+    // e^-y/2 = 1/(4 (H + L)), which is under 0.16 of the result; the
+    // result H + (L +- e^-y/2) rounds once at the end, so its error is
+    // the last rounding plus small shares of the smaller terms.
+    static __m128 half_exp_sum(__m128 y) {
+        __m128i m;
+        __m128 tail;
+        const __m128 hi = exp_single::ha::parts(y, m, tail);
+        const __m128 half_scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(126)), 23));
+        const __m128 h = _mm_mul_ps(hi, half_scale), l = _mm_mul_ps(tail, half_scale);
+        const __m128 v = _mm_add_ps(h, l);
+        if constexpr (F == function::cosh) {
+            return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(exp_short::splat(0.25f), v)));
+        } else {
+            // RCPPS and one Newton step, 2^-22 relative, on a term under
+            // 0.16 of the result.
+            const __m128 r0 = _mm_rcp_ps(v);
+            const __m128 inverse = _mm_mul_ps(_mm_mul_ps(exp_short::splat(0.25f), r0),
+                                              _mm_sub_ps(exp_short::splat(2.0f), _mm_mul_ps(v, r0)));
+            return _mm_add_ps(h, _mm_sub_ps(l, inverse));
+        }
     }
 
     static __m128 fast(__m128 x) {
-        const __m128 sign = _mm_and_ps(x, _mm_set1_ps(-0.0f));
-        const __m128 y = _mm_andnot_ps(_mm_set1_ps(-0.0f), x), half = _mm_set1_ps(0.5f);
-        if constexpr (F == function::cosh) {
+        const __m128 sign = _mm_and_ps(x, exp_short::splat(-0.0f));
+        const __m128 y = _mm_andnot_ps(exp_short::splat(-0.0f), x), half = exp_short::splat(0.5f);
+        const __m128 one = exp_short::splat(1.0f);
+        if constexpr (F == function::cosh && !Enhanced) {
+            return half_exp_sum(y);
+        } else if constexpr (F == function::sinh && !Enhanced) {
+            const __m128 small = sinh_series<5>(y, _mm_mul_ps(y, y));
+            return _mm_or_ps(sign, _mm_blendv_ps(half_exp_sum(y), small, _mm_cmplt_ps(y, one)));
+        } else if constexpr (F == function::cosh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
         } else if constexpr (F == function::sinh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             const __m128 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
-            const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
-            const __m128 cut = _mm_set1_ps(Enhanced ? 0.5f : 1.0f);
-            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
+            const __m128 small = sinh_series<3>(y, _mm_mul_ps(y, y));
+            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, half)));
         } else {
-            const __m128 c = _mm_min_ps(y, _mm_set1_ps(9.0f));
+            const __m128 c = _mm_min_ps(y, exp_short::splat(9.0f));
             const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
-            const __m128 large = _mm_sub_ps(_mm_set1_ps(1.0f),
-                                            _mm_mul_ps(_mm_set1_ps(2.0f), reciprocal(_mm_add_ps(e, _mm_set1_ps(1.0f)))));
+            const __m128 large =
+                _mm_sub_ps(one, _mm_mul_ps(exp_short::splat(2.0f), reciprocal(_mm_add_ps(e, one))));
             // |x| < 1/2: x + x^3 P(x^2), P interpolated at Chebyshev nodes in
             // x^2 on (0, 1/4]: 2^-26.3 relative with five terms, 2^-17 with three.
             static constexpr float la[] = {-0.333333343f, 0.133333251f, -0.053959202f, 0.0216649789f,
                                            -0.00737843243f};
             static constexpr float ep[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
-            const float* coefficients = Enhanced ? ep : la;
-            constexpr int terms = Enhanced ? 3 : 5;
             const __m128 w = _mm_mul_ps(c, c);
-            __m128 q = _mm_set1_ps(coefficients[terms - 1]);
-            for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(coefficients[k]), _mm_mul_ps(w, q));
+            const __m128 q = Enhanced ? horner(w, ep) : horner(w, la);
             const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), q));
             return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
         }
