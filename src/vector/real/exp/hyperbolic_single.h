@@ -121,13 +121,6 @@ inline __m128 sinh_series(__m128 y, __m128 w) {
     return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), horner(w, c, Terms)));
 }
 
-// cosh y - 1 = w (1/2 + w/4! + ... + w^4/10!) for w = y^2 <= 1: the
-// dropped w^5/12! is below 2^-31.
-inline __m128 cosh_series_minus_one(__m128 w) {
-    static constexpr float c[] = {1.0f / 2, 1.0f / 24, 1.0f / 720, 1.0f / 40320, 1.0f / 3628800};
-    return _mm_mul_ps(w, horner(w, c));
-}
-
 template <function F, bool Enhanced>
 struct native {
     using wide = kernel<F, 5>;  // rejected inputs
