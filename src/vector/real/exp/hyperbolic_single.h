@@ -12,15 +12,15 @@
 // The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
 // one rounding to float decides the result: the HA routines.
 //
-// LA and EP run in float (native below).  LA Sinh and Cosh take, for
-// |x| >= 1, e^|x|/2 from the HA exponential's table before its last
-// rounding, as an exact head and a small tail, and add -+e^-|x|/2 (a
-// division) to the tail first, so the result rounds once; below 1 their
-// Taylor series (sinh to x^11, cosh to x^10).  EP Sinh and Cosh use the
-// EP exponential (table-free, degree 4, 16 bits):
-//   Cosh   e/2 + 1/(2e), the reciprocal by RCPPS
-//   Sinh   |x| < 1/2: x + x^3/3! + ... to x^7; above, (e - 1/e)/2 with
-//          RCPPS, whose cancellation is at most coth 1/2
+// LA and EP run in float (native below).  LA Cosh takes e^|x|/2 from the
+// HA exponential's table before its last rounding, as an exact head and a
+// small tail, and adds e^-|x|/2 (a division) to the tail first, so the
+// result rounds once.  The others use the HA exponential (LA) or the EP
+// one (table-free, degree 4, 16 bits):
+//   Cosh   EP: e/2 + 1/(2e), the reciprocal by RCPPS
+//   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
+//          (e - 1/e)/2 (EP by RCPPS), whose cancellation is at most
+//          coth 1 (coth 1/2)
 //   Tanh   |x| < 1/2: x + x^3 P(x^2), P fitted (five terms, EP three);
 //          above, 1 - 2/(e^(2|x|) + 1), |x| clamped at 9
 // with the sign of x put back.  Their screen is the single exponential's
@@ -140,28 +140,18 @@ struct native {
         else return _mm_div_ps(exp_short::splat(1.0f), v);
     }
 
-    // LA Sinh and Cosh for y >= 1: e^y/2 = H + L from the HA exponential
-    // before its last rounding (H = T 2^(m-1) exact, |L| < 0.006 H), and
-    // e^-y/2 = 1/(4 (H + L)), which is under 0.16 of the result; the
-    // result H + (L +- e^-y/2) rounds once at the end, so its error is
-    // the last rounding plus small shares of the smaller terms.
-    static __m128 half_exp_sum(__m128 y) {
+    // LA Cosh: e^y/2 = H + L from the HA exponential before its last
+    // rounding (H = T 2^(m-1) exact, |L| < 0.006 H), and e^-y/2 =
+    // 1/(4 (H + L)) by division; H + (L + e^-y/2) rounds once at the end,
+    // so the error is the last rounding plus small shares of the smaller
+    // terms, also near 0 where the two halves are equal.
+    static __m128 cosh_from_parts(__m128 y) {
         __m128i m;
         __m128 tail;
         const __m128 hi = exp_single::ha::parts(y, m, tail);
         const __m128 half_scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(126)), 23));
         const __m128 h = _mm_mul_ps(hi, half_scale), l = _mm_mul_ps(tail, half_scale);
-        const __m128 v = _mm_add_ps(h, l);
-        if constexpr (F == function::cosh) {
-            return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(exp_short::splat(0.25f), v)));
-        } else {
-            // RCPPS and one Newton step, 2^-22 relative, on a term under
-            // 0.16 of the result.
-            const __m128 r0 = _mm_rcp_ps(v);
-            const __m128 inverse = _mm_mul_ps(_mm_mul_ps(exp_short::splat(0.25f), r0),
-                                              _mm_sub_ps(exp_short::splat(2.0f), _mm_mul_ps(v, r0)));
-            return _mm_add_ps(h, _mm_sub_ps(l, inverse));
-        }
+        return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(exp_short::splat(0.25f), _mm_add_ps(h, l))));
     }
 
     static __m128 fast(__m128 x) {
@@ -169,18 +159,16 @@ struct native {
         const __m128 y = _mm_andnot_ps(exp_short::splat(-0.0f), x), half = exp_short::splat(0.5f);
         const __m128 one = exp_short::splat(1.0f);
         if constexpr (F == function::cosh && !Enhanced) {
-            return half_exp_sum(y);
-        } else if constexpr (F == function::sinh && !Enhanced) {
-            const __m128 small = sinh_series<5>(y, _mm_mul_ps(y, y));
-            return _mm_or_ps(sign, _mm_blendv_ps(half_exp_sum(y), small, _mm_cmplt_ps(y, one)));
+            return cosh_from_parts(y);
         } else if constexpr (F == function::cosh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
         } else if constexpr (F == function::sinh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             const __m128 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
-            const __m128 small = sinh_series<3>(y, _mm_mul_ps(y, y));
-            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, half)));
+            const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
+            const __m128 cut = Enhanced ? half : one;
+            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
         } else {
             const __m128 c = _mm_min_ps(y, exp_short::splat(9.0f));
             const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
