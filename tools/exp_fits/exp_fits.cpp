@@ -1,4 +1,4 @@
-// Polynomial fits of the table-free exponential cores.
+// Polynomial fits of the table-free exponential cores, and of tanh near 0.
 //
 // Each fit approximates g(r) = (e^r - 1 - r) / r^2 on [-h, h] by the
 // polynomial of the given degree that interpolates g at the Chebyshev
@@ -35,7 +35,7 @@ struct mp {
 };
 
 // g(r) = (e^r - 1 - r) / r^2, from its series where r is tiny.
-void g(mp& y, const mp& r) {
+void exp_target(mp& y, const mp& r) {
     if (mpfr_cmpabs_ui(r.v, 0) == 0 || mpfr_get_exp(r.v) < -60) {
         mp t;
         mpfr_div_ui(t.v, r.v, 6, MPFR_RNDN);
@@ -49,7 +49,25 @@ void g(mp& y, const mp& r) {
     mpfr_div(y.v, e.v, r.v, MPFR_RNDN);
 }
 
-std::vector<mp> interpolate(double h, int degree) {
+// t(w) = (tanh x - x) / x^3 with w = x^2 > 0.
+void tanh_target(mp& y, const mp& w) {
+    if (mpfr_cmpabs_ui(w.v, 0) == 0 || mpfr_get_exp(w.v) < -120) {
+        mpfr_set_d(y.v, -1.0 / 3, MPFR_RNDN);
+        return;
+    }
+    mp x, t;
+    mpfr_sqrt(x.v, w.v, MPFR_RNDN);
+    mpfr_tanh(t.v, x.v, MPFR_RNDN);
+    mpfr_sub(t.v, t.v, x.v, MPFR_RNDN);
+    mpfr_div(t.v, t.v, x.v, MPFR_RNDN);
+    mpfr_div(y.v, t.v, w.v, MPFR_RNDN);
+}
+
+using target = void (*)(mp&, const mp&);
+
+// The polynomial of the given degree interpolating f at the Chebyshev
+// nodes of [lo, hi], solved exactly enough in 256 bits.
+std::vector<mp> interpolate(target f, double lo, double hi, int degree) {
     const int n = degree + 1;
     std::vector<std::vector<mp>> m(n, std::vector<mp>(n + 1));
     mp pi;
@@ -58,14 +76,15 @@ std::vector<mp> interpolate(double h, int degree) {
         mp x;
         mpfr_mul_d(x.v, pi.v, (i + 0.5) / n, MPFR_RNDN);
         mpfr_cos(x.v, x.v, MPFR_RNDN);
-        mpfr_mul_d(x.v, x.v, h, MPFR_RNDN);
+        mpfr_mul_d(x.v, x.v, (hi - lo) / 2, MPFR_RNDN);
+        mpfr_add_d(x.v, x.v, (hi + lo) / 2, MPFR_RNDN);
         mp p;
         mpfr_set_ui(p.v, 1, MPFR_RNDN);
         for (int k = 0; k < n; ++k) {
             m[i][k] = p;
             mpfr_mul(p.v, p.v, x.v, MPFR_RNDN);
         }
-        g(m[i][n], x);
+        f(m[i][n], x);
     }
     for (int c = 0; c < n; ++c) {  // Gaussian elimination with partial pivoting
         int best = c;
@@ -86,6 +105,30 @@ std::vector<mp> interpolate(double h, int degree) {
     std::vector<mp> c(n);
     for (int i = 0; i < n; ++i) mpfr_div(c[i].v, m[i][n].v, m[i][i].v, MPFR_RNDN);
     return c;
+}
+
+// Worst relative error of x + x^3 p(x^2) against tanh x for x in
+// (0, sqrt(w_max)], in log2.
+double measure_tanh(const std::vector<float>& c, double w_max) {
+    double worst = 0;
+    for (int i = 1; i <= 20000; ++i) {
+        mp x, w, p, t, e;
+        mpfr_set_d(x.v, std::sqrt(w_max) * i / 20000.0, MPFR_RNDN);
+        mpfr_sqr(w.v, x.v, MPFR_RNDN);
+        mpfr_set_d(p.v, c.back(), MPFR_RNDN);
+        for (int k = static_cast<int>(c.size()) - 2; k >= 0; --k) {
+            mpfr_mul(p.v, p.v, w.v, MPFR_RNDN);
+            mpfr_add_d(p.v, p.v, c[k], MPFR_RNDN);
+        }
+        mpfr_mul(t.v, p.v, w.v, MPFR_RNDN);
+        mpfr_mul(t.v, t.v, x.v, MPFR_RNDN);
+        mpfr_add(t.v, t.v, x.v, MPFR_RNDN);
+        mpfr_tanh(e.v, x.v, MPFR_RNDN);
+        mpfr_sub(t.v, t.v, e.v, MPFR_RNDN);
+        mpfr_div(t.v, t.v, e.v, MPFR_RNDN);
+        worst = std::fmax(worst, std::fabs(mpfr_get_d(t.v, MPFR_RNDN)));
+    }
+    return std::log2(worst);
 }
 
 // Worst relative error of 1 + r + r^2 p(r) against e^r and of r + r^2 p(r)
@@ -140,7 +183,7 @@ int main() {
     std::printf("// interpolating (e^r - 1 - r)/r^2 at the Chebyshev nodes of [-h, h].\n");
     std::printf("#pragma once\n\nnamespace qlm::vector::exp_fits {\n");
     for (const fit& f : fits) {
-        const auto exact = interpolate(f.h, f.degree);
+        const auto exact = interpolate(exp_target, -f.h, f.h, f.degree);
         std::vector<double> rounded;
         for (const mp& c : exact) {
             double d = mpfr_get_d(c.v, MPFR_RNDN);
@@ -156,6 +199,20 @@ int main() {
             if (f.single) std::printf("%s%.9gf", k ? ", " : "", rounded[k]);
             else std::printf("%s%.17g", k ? ", " : "", rounded[k]);
         }
+        std::printf("};\n");
+    }
+    {
+        // tanh x = x + x^3 P(x^2) for |x| < 0.55, where tanh x < 1/2 and the
+        // other formula of the single LA routine would cancel.
+        const double w_max = 0.3025;
+        const auto exact = interpolate(tanh_target, 0.0, w_max, 4);
+        std::vector<float> rounded;
+        for (const mp& c : exact) rounded.push_back(mpfr_get_flt(c.v, MPFR_RNDN));
+        std::printf("\n// tanh x = x + x^3 P(x^2) in float for |x| <= 0.55 (single Tanh LA); P of\n");
+        std::printf("// degree 4 interpolating (tanh x - x)/x^3 at the Chebyshev nodes of\n");
+        std::printf("// x^2 in [0, %.4g].  Relative error of x + x^3 P: 2^%.1f.\n", w_max, measure_tanh(rounded, w_max));
+        std::printf("inline constexpr float tanh_single_la[] = {");
+        for (std::size_t k = 0; k < rounded.size(); ++k) std::printf("%s%.9gf", k ? ", " : "", rounded[k]);
         std::printf("};\n");
     }
     std::printf("\n}  // namespace qlm::vector::exp_fits\n");
