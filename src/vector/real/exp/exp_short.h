@@ -83,6 +83,22 @@ inline parts<T> split(typename lanes<T>::vec x) {
     return {F::scale(t), L::add(r, L::mul(L::mul(r, r), q))};
 }
 
+// e^x = 2^n (1 + r Q(r)) with r in one piece: the shortest form, for
+// the enhanced-performance routines; e^0 is still exactly 1.
+template <typename T, const auto& Coefficients>
+inline typename lanes<T>::vec exp_short_form(typename lanes<T>::vec x, typename lanes<T>::vec& scale) {
+    using L = lanes<T>;
+    using F = format<T>;
+    const auto shifter = L::set1_bits(F::shifter);
+    const auto t = L::add(L::mul(x, L::set1_bits(F::inv_ln2)), shifter);
+    const auto r = L::sub(x, L::mul(L::sub(t, shifter), L::set1_bits(F::ln2)));
+    constexpr int last = sizeof(Coefficients) / sizeof(Coefficients[0]) - 1;
+    auto q = splat<T>(Coefficients[last]);
+    for (int k = last - 1; k >= 0; --k) q = L::add(splat<T>(Coefficients[k]), L::mul(r, q));
+    scale = F::scale(t);
+    return L::add(splat(T(1)), L::mul(r, q));
+}
+
 template <typename T>
 inline typename lanes<T>::vec exp_of(const parts<T>& s) {
     using L = lanes<T>;
