@@ -8,11 +8,16 @@
 // start and two Halley steps on glibc's erfc.  4096 elements, in cache; inputs spread over each
 // function's domain.
 //
+// Before the runs, the max error in ulps of each Erf, Erfc and CdfNorm
+// contender on the benchmark's own inputs, against MPFR.  SLEEF's erfc is
+// u15 (it has no u10): our Erfc HA is compared with that.
+//
 //   bench_special                   the benchmarks and the ratios
 //   bench_special --cost_figures    cycles per element of every routine by
 //                                   rdtsc on 1000-element vectors: the
 //                                   figures of the registry's cost columns
 #include <emmintrin.h>
+#include <mpfr.h>
 #include <sleef.h>
 #include <x86intrin.h>
 
@@ -156,6 +161,101 @@ struct unary_entry {
     svec sleef_u10f, sleef_u35f, mvecf, scalarf;
 };
 
+// ---- max errors of the error-function contenders --------------------------
+
+// |y - exact| in ulps of the exact value's binade in T (denormal spacing
+// below the normal range).
+template <typename T>
+double ulp_error(T y, mpfr_srcptr exact) {
+    if (mpfr_zero_p(exact)) return y == 0 ? 0.0 : INFINITY;
+    constexpr int digits = sizeof(T) == 8 ? 53 : 24;
+    constexpr long least = sizeof(T) == 8 ? -1074 : -149;
+    const long e = std::max(static_cast<long>(mpfr_get_exp(exact)) - digits, least);
+    mpfr_t d;
+    mpfr_init2(d, 256);
+    mpfr_sub_d(d, exact, static_cast<double>(y), MPFR_RNDN);
+    mpfr_abs(d, d, MPFR_RNDN);
+    mpfr_mul_2si(d, d, -e, MPFR_RNDN);
+    const double u = mpfr_get_d(d, MPFR_RNDN);
+    mpfr_clear(d);
+    return u;
+}
+
+int mpfr_cdfnorm(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    mpfr_t u;
+    mpfr_init2(u, 256);
+    mpfr_sqrt_ui(u, 2, MPFR_RNDN);
+    mpfr_div(u, x, u, MPFR_RNDN);
+    mpfr_neg(u, u, MPFR_RNDN);
+    const int t = mpfr_erfc(r, u, rnd);
+    mpfr_div_2ui(r, r, 1, rnd);
+    mpfr_clear(u);
+    return t;
+}
+
+template <typename T, typename F>
+double max_error(F run, domain d, int (*exact_fn)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
+    aligned_buffer<T> a(kN), b(kN), y(kN);
+    fill(a.data, kN, d.lo, d.hi);
+    run(kN, a.data, b.data, y.data);
+    mpfr_t in, exact;
+    mpfr_init2(in, 64);
+    mpfr_init2(exact, 192);
+    double worst = 0;
+    for (int i = 0; i < kN; ++i) {
+        mpfr_set_d(in, static_cast<double>(a.data[i]), MPFR_RNDN);
+        exact_fn(exact, in, MPFR_RNDN);
+        worst = std::max(worst, ulp_error<T>(y.data[i], exact));
+    }
+    mpfr_clear(in);
+    mpfr_clear(exact);
+    return worst;
+}
+
+void print_error_function_errors() {
+    struct row {
+        const char* name;
+        domain d;
+        int (*exact)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+        void (*const* dtab)(int32_t, const double*, double*);
+        void (*const* stab)(int32_t, const float*, float*);
+        dvec sleef, mvec, scalar;
+        svec sleeff, mvecf, scalarf;
+        const char* sleef_label;
+    };
+    const row rows[] = {
+        {"Erf", {-5, 5}, mpfr_erf, qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab,
+         QLM_PAIRS(Sleef_erfd2_u10sse4), QLM_PAIRS(_ZGVbN2v_erf), scalar_loop<std::erf>,
+         QLM_QUADS(Sleef_erff4_u10sse4), QLM_QUADS(_ZGVbN4v_erff), scalar_loop_f<erff>, "sleef_u10"},
+        {"Erfc", {-5, 25}, mpfr_erfc, qlm_vxm_kernel_dErfc_ttab, qlm_vxm_kernel_sErfc_ttab,
+         QLM_PAIRS(Sleef_erfcd2_u15sse4), QLM_PAIRS(_ZGVbN2v_erfc), scalar_loop<std::erfc>,
+         QLM_QUADS(Sleef_erfcf4_u15sse4), QLM_QUADS(_ZGVbN4v_erfcf), scalar_loop_f<erfcf>, "sleef_u15"},
+        {"CdfNorm", {-35, 8}, mpfr_cdfnorm, qlm_vxm_kernel_dCdfNorm_ttab, qlm_vxm_kernel_sCdfNorm_ttab,
+         nullptr, nullptr, scalar_loop<cdfnorm_plain>, nullptr, nullptr, scalar_loop_f<cdfnorm_plain_f>, nullptr},
+    };
+    const char* slots[3] = {"LA", "HA", "EP"};
+    for (const row& r : rows) {
+        auto line = [&](const char* t, const char* who, double e) {
+            std::printf("max error %s%-8s %-13s %12.3f ulp\n", t, r.name, who, e);
+        };
+        // One type's contenders: our three slots, then the peers present.
+        auto contenders = [&]<typename T>(const char* t, void (*const* table)(int32_t, const T*, T*),
+                                          const std::function<void(int, const T*, const T*, T*)>& sleef,
+                                          const std::function<void(int, const T*, const T*, T*)>& mvec,
+                                          const std::function<void(int, const T*, const T*, T*)>& scalar) {
+            for (int s = 0; s < 3; ++s) {
+                auto k = table[s];
+                line(t, slots[s], max_error<T>([k](int n, const T* a, const T*, T* y) { k(n, a, y); }, r.d, r.exact));
+            }
+            if (sleef) line(t, r.sleef_label, max_error<T>(sleef, r.d, r.exact));
+            if (mvec) line(t, "libmvec", max_error<T>(mvec, r.d, r.exact));
+            line(t, "glibc_scalar", max_error<T>(scalar, r.d, r.exact));
+        };
+        contenders("d", r.dtab, r.sleef, r.mvec, r.scalar);
+        contenders("s", r.stab, r.sleeff, r.mvecf, r.scalarf);
+    }
+}
+
 void register_all() {
     using qlm::bench::compare;
     const unary_entry entries[] = {
@@ -229,6 +329,12 @@ void register_all() {
         compare(d + "_HA", d + "_glibc_scalar");
         compare(f + "_HA", f + "_glibc_scalar");
     }
+
+    // SLEEF's erfc is u15: our Erfc HA beside it.
+    register_double("dErfc_sleef_u15", {-5, 25}, {-5, 25}, QLM_PAIRS(Sleef_erfcd2_u15sse4));
+    register_single("sErfc_sleef_u15", {-5, 25}, {-5, 25}, QLM_QUADS(Sleef_erfcf4_u15sse4));
+    compare("dErfc_HA", "dErfc_sleef_u15");
+    compare("sErfc_HA", "sErfc_sleef_u15");
 
     // Atan2, two arguments.
     const domain a2{-10, 10};
@@ -358,6 +464,7 @@ int main(int argc, char** argv) {
         print_cost_figures();
         return 0;
     }
+    print_error_function_errors();
     register_all();
     return qlm::bench::run_and_compare(argc, argv);
 }
