@@ -47,7 +47,6 @@ inline float opaque(float v) {
 
 // HA: the 128-entry table with its low part.
 struct ha {
-    // Mantissa result (scale 1) and exponent m of four lanes.
     // e^x = (hi + tail) 2^m with hi = T exact from the table and tail =
     // ((Tlo + r) + r^2/2) T, |tail| < 0.006 hi: the result before its last
     // rounding, for routines that add something to it.
