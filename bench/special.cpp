@@ -8,11 +8,17 @@
 // start and two Halley steps on glibc's erfc.  4096 elements, in cache; inputs spread over each
 // function's domain.
 //
+// Before the runs, the max error in ulps of each Erf, Erfc and CdfNorm
+// contender on the benchmark's own inputs, against MPFR.  SLEEF's erfc is
+// u15 (it has no u10): our Erfc HA is compared with that.  Likewise for
+// every contender of Asin, Acos, Atan, Atan2, Asinh, Acosh and Atanh.
+//
 //   bench_special                   the benchmarks and the ratios
 //   bench_special --cost_figures    cycles per element of every routine by
 //                                   rdtsc on 1000-element vectors: the
 //                                   figures of the registry's cost columns
 #include <emmintrin.h>
+#include <mpfr.h>
 #include <sleef.h>
 #include <x86intrin.h>
 
@@ -22,6 +28,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "bench_support.h"
 #include "qlm/qlm_vxm.h"
@@ -154,29 +161,184 @@ struct unary_entry {
     void (*const* stab)(int32_t, const float*, float*);
     dvec sleef_u10, sleef_u35, mvec, scalar;
     svec sleef_u10f, sleef_u35f, mvecf, scalarf;
+    int (*exact)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t) = nullptr;  // max errors printed where set
 };
+
+// Max error in ulps of each contender on the benchmark's inputs.  The
+// exact values come from MPFR once per function, kept as a double pair so
+// that every contender is measured by plain arithmetic.
+struct exact_pairs {
+    std::vector<double> hi, lo;
+};
+
+template <typename T>
+exact_pairs exact_values(const T* a, const T* b, int n, int (*f1)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t),
+                         int (*f2)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t)) {
+    exact_pairs e;
+    mpfr_t x, z, r;
+    mpfr_inits2(160, x, z, r, static_cast<mpfr_ptr>(nullptr));
+    for (int i = 0; i < n; ++i) {
+        mpfr_set_d(x, static_cast<double>(a[i]), MPFR_RNDN);
+        if (f2) {
+            mpfr_set_d(z, static_cast<double>(b[i]), MPFR_RNDN);
+            f2(r, x, z, MPFR_RNDN);
+        } else {
+            f1(r, x, MPFR_RNDN);
+        }
+        const double hi = mpfr_get_d(r, MPFR_RNDN);
+        mpfr_sub_d(r, r, hi, MPFR_RNDN);
+        e.hi.push_back(hi);
+        e.lo.push_back(mpfr_get_d(r, MPFR_RNDN));
+    }
+    mpfr_clears(x, z, r, static_cast<mpfr_ptr>(nullptr));
+    return e;
+}
+
+template <typename T>
+double max_ulp(const T* y, const exact_pairs& e) {
+    double worst = 0;
+    for (std::size_t i = 0; i < e.hi.size(); ++i) {
+        const T rounded = static_cast<T>(e.hi[i]);
+        const double ulp = static_cast<double>(std::nextafter(std::fabs(rounded), static_cast<T>(INFINITY)) - std::fabs(rounded));
+        const double err = std::fabs((static_cast<double>(y[i]) - e.hi[i]) - e.lo[i]) / ulp;
+        worst = std::max(worst, std::isnan(err) ? INFINITY : err);
+    }
+    return worst;
+}
+
+template <typename T, typename F>
+void print_max_errors(const std::string& name, domain d, domain d2,
+                      int (*f1)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t),
+                      int (*f2)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t),
+                      const std::vector<std::pair<std::string, F>>& contenders) {
+    buffers<T> o(d, d2);
+    const exact_pairs e = exact_values<T>(o.a.data, o.b.data, kN, f1, f2);
+    for (const auto& [label, run] : contenders) {
+        if (!run) continue;
+        run(kN, o.a.data, o.b.data, o.y.data);
+        std::printf("max error %-8s %-14s %8.3f ulp\n", name.c_str(), label.c_str(), max_ulp<T>(o.y.data, e));
+    }
+}
+
+template <typename T>
+using contender_list = std::vector<std::pair<std::string, std::function<void(int, const T*, const T*, T*)>>>;
+
+// ---- max errors of the error-function contenders --------------------------
+
+// |y - exact| in ulps of the exact value's binade in T (denormal spacing
+// below the normal range).
+template <typename T>
+double ulp_error(T y, mpfr_srcptr exact) {
+    if (mpfr_zero_p(exact)) return y == 0 ? 0.0 : INFINITY;
+    constexpr int digits = sizeof(T) == 8 ? 53 : 24;
+    constexpr long least = sizeof(T) == 8 ? -1074 : -149;
+    const long e = std::max(static_cast<long>(mpfr_get_exp(exact)) - digits, least);
+    mpfr_t d;
+    mpfr_init2(d, 256);
+    mpfr_sub_d(d, exact, static_cast<double>(y), MPFR_RNDN);
+    mpfr_abs(d, d, MPFR_RNDN);
+    mpfr_mul_2si(d, d, -e, MPFR_RNDN);
+    const double u = mpfr_get_d(d, MPFR_RNDN);
+    mpfr_clear(d);
+    return u;
+}
+
+int mpfr_cdfnorm(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    mpfr_t u;
+    mpfr_init2(u, 256);
+    mpfr_sqrt_ui(u, 2, MPFR_RNDN);
+    mpfr_div(u, x, u, MPFR_RNDN);
+    mpfr_neg(u, u, MPFR_RNDN);
+    const int t = mpfr_erfc(r, u, rnd);
+    mpfr_div_2ui(r, r, 1, rnd);
+    mpfr_clear(u);
+    return t;
+}
+
+template <typename T, typename F>
+double max_error(F run, domain d, int (*exact_fn)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
+    aligned_buffer<T> a(kN), b(kN), y(kN);
+    fill(a.data, kN, d.lo, d.hi);
+    run(kN, a.data, b.data, y.data);
+    mpfr_t in, exact;
+    mpfr_init2(in, 64);
+    mpfr_init2(exact, 192);
+    double worst = 0;
+    for (int i = 0; i < kN; ++i) {
+        mpfr_set_d(in, static_cast<double>(a.data[i]), MPFR_RNDN);
+        exact_fn(exact, in, MPFR_RNDN);
+        worst = std::max(worst, ulp_error<T>(y.data[i], exact));
+    }
+    mpfr_clear(in);
+    mpfr_clear(exact);
+    return worst;
+}
+
+void print_error_function_errors() {
+    struct row {
+        const char* name;
+        domain d;
+        int (*exact)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+        void (*const* dtab)(int32_t, const double*, double*);
+        void (*const* stab)(int32_t, const float*, float*);
+        dvec sleef, mvec, scalar;
+        svec sleeff, mvecf, scalarf;
+        const char* sleef_label;
+    };
+    const row rows[] = {
+        {"Erf", {-5, 5}, mpfr_erf, qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab,
+         QLM_PAIRS(Sleef_erfd2_u10sse4), QLM_PAIRS(_ZGVbN2v_erf), scalar_loop<std::erf>,
+         QLM_QUADS(Sleef_erff4_u10sse4), QLM_QUADS(_ZGVbN4v_erff), scalar_loop_f<erff>, "sleef_u10"},
+        {"Erfc", {-5, 25}, mpfr_erfc, qlm_vxm_kernel_dErfc_ttab, qlm_vxm_kernel_sErfc_ttab,
+         QLM_PAIRS(Sleef_erfcd2_u15sse4), QLM_PAIRS(_ZGVbN2v_erfc), scalar_loop<std::erfc>,
+         QLM_QUADS(Sleef_erfcf4_u15sse4), QLM_QUADS(_ZGVbN4v_erfcf), scalar_loop_f<erfcf>, "sleef_u15"},
+        {"CdfNorm", {-35, 8}, mpfr_cdfnorm, qlm_vxm_kernel_dCdfNorm_ttab, qlm_vxm_kernel_sCdfNorm_ttab,
+         nullptr, nullptr, scalar_loop<cdfnorm_plain>, nullptr, nullptr, scalar_loop_f<cdfnorm_plain_f>, nullptr},
+    };
+    const char* slots[3] = {"LA", "HA", "EP"};
+    for (const row& r : rows) {
+        auto line = [&](const char* t, const char* who, double e) {
+            std::printf("max error %s%-8s %-13s %12.3f ulp\n", t, r.name, who, e);
+        };
+        // One type's contenders: our three slots, then the peers present.
+        auto contenders = [&]<typename T>(const char* t, void (*const* table)(int32_t, const T*, T*),
+                                          const std::function<void(int, const T*, const T*, T*)>& sleef,
+                                          const std::function<void(int, const T*, const T*, T*)>& mvec,
+                                          const std::function<void(int, const T*, const T*, T*)>& scalar) {
+            for (int s = 0; s < 3; ++s) {
+                auto k = table[s];
+                line(t, slots[s], max_error<T>([k](int n, const T* a, const T*, T* y) { k(n, a, y); }, r.d, r.exact));
+            }
+            if (sleef) line(t, r.sleef_label, max_error<T>(sleef, r.d, r.exact));
+            if (mvec) line(t, "libmvec", max_error<T>(mvec, r.d, r.exact));
+            line(t, "glibc_scalar", max_error<T>(scalar, r.d, r.exact));
+        };
+        contenders("d", r.dtab, r.sleef, r.mvec, r.scalar);
+        contenders("s", r.stab, r.sleeff, r.mvecf, r.scalarf);
+    }
+}
 
 void register_all() {
     using qlm::bench::compare;
     const unary_entry entries[] = {
         {"Asin", {-1, 1}, qlm_vxm_kernel_dAsin_ttab, qlm_vxm_kernel_sAsin_ttab,
          QLM_PAIRS(Sleef_asind2_u10sse4), QLM_PAIRS(Sleef_asind2_u35sse4), QLM_PAIRS(_ZGVbN2v_asin), scalar_loop<std::asin>,
-         QLM_QUADS(Sleef_asinf4_u10sse4), QLM_QUADS(Sleef_asinf4_u35sse4), QLM_QUADS(_ZGVbN4v_asinf), scalar_loop_f<asinf>},
+         QLM_QUADS(Sleef_asinf4_u10sse4), QLM_QUADS(Sleef_asinf4_u35sse4), QLM_QUADS(_ZGVbN4v_asinf), scalar_loop_f<asinf>, mpfr_asin},
         {"Acos", {-1, 1}, qlm_vxm_kernel_dAcos_ttab, qlm_vxm_kernel_sAcos_ttab,
          QLM_PAIRS(Sleef_acosd2_u10sse4), QLM_PAIRS(Sleef_acosd2_u35sse4), QLM_PAIRS(_ZGVbN2v_acos), scalar_loop<std::acos>,
-         QLM_QUADS(Sleef_acosf4_u10sse4), QLM_QUADS(Sleef_acosf4_u35sse4), QLM_QUADS(_ZGVbN4v_acosf), scalar_loop_f<acosf>},
+         QLM_QUADS(Sleef_acosf4_u10sse4), QLM_QUADS(Sleef_acosf4_u35sse4), QLM_QUADS(_ZGVbN4v_acosf), scalar_loop_f<acosf>, mpfr_acos},
         {"Atan", {-20, 20}, qlm_vxm_kernel_dAtan_ttab, qlm_vxm_kernel_sAtan_ttab,
          QLM_PAIRS(Sleef_atand2_u10sse4), QLM_PAIRS(Sleef_atand2_u35sse4), QLM_PAIRS(_ZGVbN2v_atan), scalar_loop<std::atan>,
-         QLM_QUADS(Sleef_atanf4_u10sse4), QLM_QUADS(Sleef_atanf4_u35sse4), QLM_QUADS(_ZGVbN4v_atanf), scalar_loop_f<atanf>},
+         QLM_QUADS(Sleef_atanf4_u10sse4), QLM_QUADS(Sleef_atanf4_u35sse4), QLM_QUADS(_ZGVbN4v_atanf), scalar_loop_f<atanf>, mpfr_atan},
         {"Asinh", {-50, 50}, qlm_vxm_kernel_dAsinh_ttab, qlm_vxm_kernel_sAsinh_ttab,
          QLM_PAIRS(Sleef_asinhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_asinh), scalar_loop<std::asinh>,
-         QLM_QUADS(Sleef_asinhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_asinhf), scalar_loop_f<asinhf>},
+         QLM_QUADS(Sleef_asinhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_asinhf), scalar_loop_f<asinhf>, mpfr_asinh},
         {"Acosh", {1, 100}, qlm_vxm_kernel_dAcosh_ttab, qlm_vxm_kernel_sAcosh_ttab,
          QLM_PAIRS(Sleef_acoshd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_acosh), scalar_loop<std::acosh>,
-         QLM_QUADS(Sleef_acoshf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_acoshf), scalar_loop_f<acoshf>},
+         QLM_QUADS(Sleef_acoshf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_acoshf), scalar_loop_f<acoshf>, mpfr_acosh},
         {"Atanh", {-0.99, 0.99}, qlm_vxm_kernel_dAtanh_ttab, qlm_vxm_kernel_sAtanh_ttab,
          QLM_PAIRS(Sleef_atanhd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_atanh), scalar_loop<std::atanh>,
-         QLM_QUADS(Sleef_atanhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_atanhf), scalar_loop_f<atanhf>},
+         QLM_QUADS(Sleef_atanhf4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_atanhf), scalar_loop_f<atanhf>, mpfr_atanh},
         {"Erf", {-5, 5}, qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab,
          QLM_PAIRS(Sleef_erfd2_u10sse4), nullptr, QLM_PAIRS(_ZGVbN2v_erf), scalar_loop<std::erf>,
          QLM_QUADS(Sleef_erff4_u10sse4), nullptr, QLM_QUADS(_ZGVbN4v_erff), scalar_loop_f<erff>},
@@ -204,6 +366,24 @@ void register_all() {
                             [sk](int n, const float* a, const float*, float* y) { sk(n, a, y); });
         }
         const std::string d = std::string("d") + e.name, f = std::string("s") + e.name;
+        if (e.exact) {
+            auto slot_d = [&e](int s) -> dvec {
+                auto k = e.dtab[s];
+                return [k](int n, const double* a, const double*, double* y) { k(n, a, y); };
+            };
+            auto slot_s = [&e](int s) -> svec {
+                auto k = e.stab[s];
+                return [k](int n, const float* a, const float*, float* y) { k(n, a, y); };
+            };
+            print_max_errors<double>(d, e.d, e.d, e.exact, nullptr,
+                                     contender_list<double>{{"LA", slot_d(0)}, {"HA", slot_d(1)}, {"EP", slot_d(2)},
+                                                            {"sleef_u10", e.sleef_u10}, {"sleef_u35", e.sleef_u35},
+                                                            {"libmvec", e.mvec}, {"glibc_scalar", e.scalar}});
+            print_max_errors<float>(f, e.d, e.d, e.exact, nullptr,
+                                    contender_list<float>{{"LA", slot_s(0)}, {"HA", slot_s(1)}, {"EP", slot_s(2)},
+                                                          {"sleef_u10", e.sleef_u10f}, {"sleef_u35", e.sleef_u35f},
+                                                          {"libmvec", e.mvecf}, {"glibc_scalar", e.scalarf}});
+        }
         if (e.sleef_u10) {
             register_double(d + "_sleef_u10", e.d, e.d, e.sleef_u10);
             register_single(f + "_sleef_u10", e.d, e.d, e.sleef_u10f);
@@ -228,10 +408,42 @@ void register_all() {
         register_single(f + "_glibc_scalar", e.d, e.d, e.scalarf);
         compare(d + "_HA", d + "_glibc_scalar");
         compare(f + "_HA", f + "_glibc_scalar");
+        if (!e.sleef_u35) {  // no vector peer of lower accuracy: LA and EP against the plain loop
+            for (const char* slot : {"_LA", "_EP"}) {
+                compare(d + slot, d + "_glibc_scalar");
+                compare(f + slot, f + "_glibc_scalar");
+            }
+        }
     }
+
+    // SLEEF's erfc is u15: our Erfc HA beside it.
+    register_double("dErfc_sleef_u15", {-5, 25}, {-5, 25}, QLM_PAIRS(Sleef_erfcd2_u15sse4));
+    register_single("sErfc_sleef_u15", {-5, 25}, {-5, 25}, QLM_QUADS(Sleef_erfcf4_u15sse4));
+    compare("dErfc_HA", "dErfc_sleef_u15");
+    compare("sErfc_HA", "sErfc_sleef_u15");
 
     // Atan2, two arguments.
     const domain a2{-10, 10};
+    {
+        auto dt = qlm_vxm_kernel_dAtan2_ttab;
+        auto st = qlm_vxm_kernel_sAtan2_ttab;
+        print_max_errors<double>("dAtan2", a2, a2, nullptr, mpfr_atan2,
+                                 contender_list<double>{{"LA", dt[0]}, {"HA", dt[1]}, {"EP", dt[2]},
+                                                        {"sleef_u10", QLM_PAIRS2(Sleef_atan2d2_u10sse4)},
+                                                        {"sleef_u35", QLM_PAIRS2(Sleef_atan2d2_u35sse4)},
+                                                        {"libmvec", QLM_PAIRS2(_ZGVbN2vv_atan2)},
+                                                        {"glibc_scalar", [](int n, const double* a, const double* b, double* y) {
+                                                             for (int i = 0; i < n; ++i) y[i] = std::atan2(a[i], b[i]);
+                                                         }}});
+        print_max_errors<float>("sAtan2", a2, a2, nullptr, mpfr_atan2,
+                                contender_list<float>{{"LA", st[0]}, {"HA", st[1]}, {"EP", st[2]},
+                                                      {"sleef_u10", QLM_QUADS2(Sleef_atan2f4_u10sse4)},
+                                                      {"sleef_u35", QLM_QUADS2(Sleef_atan2f4_u35sse4)},
+                                                      {"libmvec", QLM_QUADS2(_ZGVbN4vv_atan2f)},
+                                                      {"glibc_scalar", [](int n, const float* a, const float* b, float* y) {
+                                                           for (int i = 0; i < n; ++i) y[i] = atan2f(a[i], b[i]);
+                                                       }}});
+    }
     for (int s = 0; s < 3; ++s) {
         auto dk = qlm_vxm_kernel_dAtan2_ttab[s];
         auto sk = qlm_vxm_kernel_sAtan2_ttab[s];
@@ -358,6 +570,7 @@ int main(int argc, char** argv) {
         print_cost_figures();
         return 0;
     }
+    print_error_function_errors();
     register_all();
     return qlm::bench::run_and_compare(argc, argv);
 }

@@ -1,6 +1,7 @@
 /* A tour of what the library computes, one subsystem at a time, printing
  * what each call gave.  Build and run it with `bash scripts/tour.sh`. */
 #include <stdio.h>
+#include <stdlib.h>
 
 #include "qlm/qlm_vxm.h"
 #include "qlm/qlm_vxs.h"
@@ -82,6 +83,20 @@ static void tour_random(void) {
     printf("%-28s %08x %08x %08x %08x\n", "MT19937 words, key {1}", words[0], words[1], words[2], words[3]);
     _vxsdRngGaussian(VXS_RNG_METHOD_GAUSSIAN_BOXMULLER2, stream, 5, g, 0.0, 1.0);
     print_vector("Gaussian, Box-Muller pairs", 5, g);
+
+    /* An image in memory carries the state and the pending sixth variate. */
+    int32_t bytes = __vxsGetStreamSize(stream);
+    void* image = malloc((size_t)bytes);
+    void* restored = NULL;
+    __vxsSaveStreamM(stream, image);
+    __vxsLoadStreamM(&restored, image);
+    double next[2], restored_next[2];
+    _vxsdRngGaussian(VXS_RNG_METHOD_GAUSSIAN_BOXMULLER2, stream, 2, next, 0.0, 1.0);
+    _vxsdRngGaussian(VXS_RNG_METHOD_GAUSSIAN_BOXMULLER2, restored, 2, restored_next, 0.0, 1.0);
+    printf("%-28s %d bytes; next %.6f %.6f, restored %.6f %.6f\n", "stream image", bytes, next[0], next[1],
+           restored_next[0], restored_next[1]);
+    free(image);
+    __vxsDeleteStream(&restored);
     __vxsDeleteStream(&stream);
 }
 

@@ -125,6 +125,14 @@ int32_t __vxsLeapfrogStream(void* stream, int32_t k, int32_t nstreams);
 int32_t __vxsSkipAheadStream(void* stream, int64_t nskip);
 int32_t __vxsGetStreamStateBrng(const void* stream); /* the generator number */
 
+/* Stream images: a file (name of `length` bytes, or a terminated string when
+   `length` is negative) or a caller block of __vxsGetStreamSize bytes. */
+int32_t __vxsSaveStreamF(const void* stream, const char* name, int32_t length);
+int32_t __vxsLoadStreamF(void** stream, const char* name, int32_t length);
+int32_t __vxsSaveStreamM(const void* stream, void* memory);
+int32_t __vxsLoadStreamM(void** stream, const void* memory);
+int32_t __vxsGetStreamSize(const void* stream);
+
 /* Registry. */
 int32_t __vxsIsBrngValid(const vxs_brng_record* registry, int32_t row, int32_t sub);
 vxs_brng_record* __vxsGetBrngBaseOffset(int32_t brng, int32_t* row, int32_t* sub);

@@ -173,6 +173,64 @@ void erfcx(mpfr_t y, const mpfr_t x) {
     mpfr_mul(y, y, e.v, MPFR_RNDN);
 }
 
+// erfinv(x) for 0 < x < 1, by Newton's iteration on erf at full precision
+// from a double bisection on std::erf, run until the step is below 2^-180
+// of the root.
+void erfinv_mp(mpfr_t y, const mpfr_t x) {
+    const double xd = mpfr_get_d(x, MPFR_RNDN);
+    double lo = 0, hi = 6;
+    for (int i = 0; i < 80; ++i) {
+        const double mid = 0.5 * (lo + hi);
+        (std::erf(mid) < xd ? lo : hi) = mid;
+    }
+    mp f, df, step, two_over_sqrt_pi;
+    mpfr_const_pi(two_over_sqrt_pi.v, MPFR_RNDN);
+    mpfr_rec_sqrt(two_over_sqrt_pi.v, two_over_sqrt_pi.v, MPFR_RNDN);
+    mpfr_mul_2ui(two_over_sqrt_pi.v, two_over_sqrt_pi.v, 1, MPFR_RNDN);
+    mpfr_set_d(y, 0.5 * (lo + hi), MPFR_RNDN);
+    for (int i = 0; i < 40; ++i) {
+        mpfr_erf(f.v, y, MPFR_RNDN);
+        mpfr_sub(f.v, f.v, x, MPFR_RNDN);
+        mpfr_sqr(df.v, y, MPFR_RNDN);
+        mpfr_neg(df.v, df.v, MPFR_RNDN);
+        mpfr_exp(df.v, df.v, MPFR_RNDN);
+        mpfr_mul(df.v, df.v, two_over_sqrt_pi.v, MPFR_RNDN);
+        mpfr_div(step.v, f.v, df.v, MPFR_RNDN);
+        mpfr_sub(y, y, step.v, MPFR_RNDN);
+        if (mpfr_zero_p(step.v) || mpfr_get_exp(step.v) < mpfr_get_exp(y) - 180) break;
+    }
+}
+
+// x = sqrt(1 - e^-w), the argument of erfinv whose w = -ln((1 - x)(1 + x)).
+void x_of_w(mpfr_t x, const mpfr_t w) {
+    mpfr_neg(x, w, MPFR_RNDN);
+    mpfr_expm1(x, x, MPFR_RNDN);
+    mpfr_neg(x, x, MPFR_RNDN);
+    mpfr_sqrt(x, x, MPFR_RNDN);
+}
+
+// Centre: erfinv(x)/x as a function of w (sqrt(pi)/2 at w = 0).
+void erfinv_centre(mpfr_t y, const mpfr_t w) {
+    mp x;
+    x_of_w(x.v, w);
+    if (mpfr_zero_p(x.v)) {
+        mpfr_const_pi(y, MPFR_RNDN);
+        mpfr_sqrt(y, y, MPFR_RNDN);
+        mpfr_div_2ui(y, y, 1, MPFR_RNDN);
+        return;
+    }
+    erfinv_mp(y, x.v);
+    mpfr_div(y, y, x.v, MPFR_RNDN);
+}
+
+// Outer region: erfinv(x) as a function of s = sqrt(w).
+void erfinv_outer(mpfr_t y, const mpfr_t s) {
+    mp w, x;
+    mpfr_sqr(w.v, s, MPFR_RNDN);
+    x_of_w(x.v, w.v);
+    erfinv_mp(y, x.v);
+}
+
 struct target_set { const char* suffix; double rel; };
 
 }  // namespace
@@ -257,6 +315,31 @@ int main(int argc, char** argv) {
         emit_poly((std::string("erf_small_") + s.suffix).c_str(), fit(erf_over_x, 0, 0.5625, 0.28125, s.rel));
         emit_pieces((std::string("erfcx_") + s.suffix).c_str(), erfcx, erfcx_breaks, s.rel);
     }
+    std::fprintf(out, "\n}  // namespace qlm::special\n");
+    std::fclose(out);
+
+    // ---- inverse error function, for the ErfInv LA and EP routines ----------
+    // The centre ends at |x| = 1 - 2^-9 (w = 5.5452), the outer region at
+    // |x| = 1 - 2^-24 (w = 15.942, s = 3.9928), the largest float below 1;
+    // each interval overlaps its neighbour a little, so that the rounding of
+    // w at the boundary cannot leave a fit's range.  Set d (2^-56) serves
+    // the double LA routine, set p (2^-31) double EP and single LA and EP.
+    out = std::fopen((root + "/special/erfinv_tables.h").c_str(), "w");
+    std::fputs(header, out);
+    const target_set erfinv_sets[] = {{"p", 0x1p-31}};
+    for (auto& s : erfinv_sets) {
+        std::fprintf(out, "\n// ---- accuracy set %s\n// erfinv(x)/x in t = w - 2.78125, w = -ln((1 - x)(1 + x)) on [0, 5.5625]\n", s.suffix);
+        emit_poly((std::string("erfinv_centre_") + s.suffix).c_str(), fit(erfinv_centre, 0, 5.5625, 2.78125, s.rel));
+        std::fprintf(out, "// erfinv(x) in t = sqrt(w) - 3.1875 on [2.35, 4.0]\n");
+        emit_poly((std::string("erfinv_outer_") + s.suffix).c_str(), fit(erfinv_outer, 2.35, 4.0, 3.1875, s.rel));
+    }
+    // Set d (2^-55) for the double LA routine: the centre in two halves, so
+    // that |t| stays small enough for the rounded coefficients to hold.
+    std::fprintf(out, "\n// ---- accuracy set d\n// erfinv(x)/x in t = w - 1.4 on [0, 2.8] and in t = w - 4.15625 on [2.75, 5.5625]\n");
+    emit_poly("erfinv_centre_low_d", fit(erfinv_centre, 0, 2.8, 1.4, 0x1p-55));
+    emit_poly("erfinv_centre_high_d", fit(erfinv_centre, 2.75, 5.5625, 4.15625, 0x1p-55));
+    std::fprintf(out, "// erfinv(x) in t = sqrt(w) - 3.05 on [2.35, 3.75]\n");
+    emit_poly("erfinv_outer_d", fit(erfinv_outer, 2.35, 3.75, 3.05, 0x1p-55));
     std::fprintf(out, "\n}  // namespace qlm::special\n");
     std::fclose(out);
 

@@ -11,6 +11,7 @@
 
 #include "qlm/qlm_vxm.h"
 #include "vector/power/report_recorder.h"
+#include "support/ulp.h"
 
 namespace {
 
@@ -235,5 +236,47 @@ TEST(PowerAndTrigCounts, ZeroOrNegativeCountDoesNothing) {
         EXPECT_EQ(y[0], 7.0);
     }
 }
+
+}  // namespace
+
+namespace {
+
+using CbrtLaLanes = qlm::test::recording_reports;
+
+// The LA cube root (double LA/EP routine, single LA): zeros keep their sign,
+// infinities and NaN pass through, denormals leave the fast lane for the
+// per-element step and are still correct, and the other lanes of their group
+// keep the results of a group without them, bit for bit.
+template <typename T>
+void check_cbrt_la(void (*k)(int32_t, const T*, T*)) {
+    constexpr T tiny = std::numeric_limits<T>::denorm_min() * 5;
+    const T inf_t = std::numeric_limits<T>::infinity();
+    T a[8] = {T(1.5), T(-2.5), T(4), T(3.5), T(-27), T(0.125), T(1e30), T(-7e-30)};
+    T base[8], y[8];
+    k(8, a, base);
+    a[2] = tiny;
+    k(8, a, y);
+    for (int i : {0, 1, 3}) EXPECT_EQ(y[i], base[i]) << i;
+    mpfr_t in, out;
+    mpfr_inits2(256, in, out, static_cast<mpfr_ptr>(nullptr));
+    for (int i = 0; i < 8; ++i) {
+        mpfr_set_d(in, static_cast<double>(a[i]), MPFR_RNDN);
+        mpfr_cbrt(out, in, MPFR_RNDN);
+        EXPECT_LE(qlm::test::ulp_error(y[i], out), 1.0) << "element " << i << " " << a[i];
+    }
+    mpfr_clears(in, out, static_cast<mpfr_ptr>(nullptr));
+    const T s[5] = {T(0), -T(0), inf_t, -inf_t, std::numeric_limits<T>::quiet_NaN()};
+    T r[5];
+    k(5, s, r);
+    EXPECT_TRUE(r[0] == 0 && !std::signbit(r[0]));
+    EXPECT_TRUE(r[1] == 0 && std::signbit(r[1]));
+    EXPECT_EQ(r[2], inf_t);
+    EXPECT_EQ(r[3], -inf_t);
+    EXPECT_TRUE(std::isnan(r[4]));
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(CbrtLaLanes, DoubleSpecialsAndOneSlowLane) { check_cbrt_la<double>(_vxmdCbrt_50); }
+TEST_F(CbrtLaLanes, SingleSpecialsAndOneSlowLane) { check_cbrt_la<float>(_vxmsCbrt_21); }
 
 }  // namespace

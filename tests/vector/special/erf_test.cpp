@@ -1,7 +1,11 @@
 // Erf, Erfc and CdfNorm in both types: accuracy of every slot against MPFR
-// over the whole range, the deep tails included, and the statuses.
+// over the whole range, the deep tails, the piece and screen boundaries
+// included; the statuses; and the group loop: a group with one rejected
+// lane keeps the other lanes' fast results, and ragged ends give the
+// results of the same elements inside whole groups.
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 
 #include "vector/special/slot_accuracy.h"
 
@@ -25,10 +29,39 @@ int mpfr_cdfnorm(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
     return t;
 }
 
+// The values around a screen threshold and around the piece edges 2^e (1 +
+// k/8), both signs: the last fast inputs and the first rejected ones.
+template <typename T>
+std::vector<T> around(std::initializer_list<double> points) {
+    std::vector<T> v;
+    for (double p : points) {
+        T x = static_cast<T>(p);
+        for (int k = 0; k < 3; ++k) x = std::nextafter(x, T(0));
+        for (int k = 0; k < 6; ++k, x = std::nextafter(x, T(INFINITY))) {
+            v.push_back(x);
+            v.push_back(-x);
+        }
+    }
+    return v;
+}
+
+template <typename T>
+std::vector<T> piece_edges() {
+    std::vector<double> p;
+    for (int e = -3; e <= 4; ++e)
+        for (int k = 0; k < 8; ++k) p.push_back(std::ldexp(1.0 + k / 8.0, e));
+    std::vector<T> v;
+    for (double x : p) {
+        const auto a = around<T>({x});
+        v.insert(v.end(), a.begin(), a.end());
+    }
+    return v;
+}
+
 template <typename T>
 std::vector<T> erf_inputs(uint32_t seed) {
     return concat<T>({uniform_samples<T>(-6.5, 6.5, 2500, seed), uniform_samples<T>(0.7, 0.8, 500, seed + 1),
-                      exponent_samples<T>(min_exp<T>, 3, 1500, seed + 2)});
+                      exponent_samples<T>(min_exp<T>, 3, 1500, seed + 2), around<T>({6.0, 4.0}), piece_edges<T>()});
 }
 
 // Up to where the result leaves the denormal range: 27.3 in double, 10.1 in
@@ -37,14 +70,16 @@ template <typename T>
 std::vector<T> erfc_inputs(uint32_t seed) {
     const double top = sizeof(T) == 8 ? 27.3 : 10.1;
     return concat<T>({uniform_samples<T>(-7, top, 2500, seed), uniform_samples<T>(top - 1.5, top, 600, seed + 1),
-                      uniform_samples<T>(0.6, 0.9, 500, seed + 2), exponent_samples<T>(min_exp<T>, 2, 1000, seed + 3)});
+                      uniform_samples<T>(0.6, 0.9, 500, seed + 2), exponent_samples<T>(min_exp<T>, 2, 1000, seed + 3),
+                      around<T>({26.5, 9.0}), piece_edges<T>()});
 }
 
 template <typename T>
 std::vector<T> cdfnorm_inputs(uint32_t seed) {
     const double bottom = sizeof(T) == 8 ? -38.6 : -14.2;
     return concat<T>({uniform_samples<T>(bottom, 9, 2500, seed), uniform_samples<T>(bottom, bottom + 3, 600, seed + 1),
-                      uniform_samples<T>(-1.2, 1.2, 500, seed + 2), exponent_samples<T>(min_exp<T>, 2, 1000, seed + 3)});
+                      uniform_samples<T>(-1.2, 1.2, 500, seed + 2), exponent_samples<T>(min_exp<T>, 2, 1000, seed + 3),
+                      around<T>({37.5, 12.5}), piece_edges<T>()});
 }
 
 TEST(ErrorFunctions, EverySlotWithinItsClass) {
@@ -98,6 +133,107 @@ TEST(ErrorFunctions, TailsInfinitiesAndUnderflow) {
         EXPECT_NEAR(yf[0] / 1.7764821120776e-33f, 1.0f, 1e-3f);
         EXPECT_EQ(yf[1], 0.0f);
         EXPECT_EQ(status, VXM_STATUS_UNDERFLOW);
+    }
+}
+
+template <typename T>
+bool same_bits(T a, T b) {
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+// Each element computed alone (n = 1, the ragged-end path).
+template <typename T>
+std::vector<T> one_by_one(unary_fn<T> f, const std::vector<T>& x) {
+    std::vector<T> y(x.size());
+    for (std::size_t i = 0; i < x.size(); ++i) f(1, &x[i], &y[i]);
+    return y;
+}
+
+struct family {
+    const char* name;
+    unary_fn<double> const* d;
+    unary_fn<float> const* s;
+    double rejected;          // fails the screen in both types, with no status
+    double rejected_result;   // its result
+};
+
+const family kFamilies[] = {
+    {"Erf", qlm_vxm_kernel_dErf_ttab, qlm_vxm_kernel_sErf_ttab, 40.0, 1.0},
+    {"Erfc", qlm_vxm_kernel_dErfc_ttab, qlm_vxm_kernel_sErfc_ttab, -40.0, 2.0},
+    {"CdfNorm", qlm_vxm_kernel_dCdfNorm_ttab, qlm_vxm_kernel_sCdfNorm_ttab, 40.0, 1.0},
+};
+
+// A group of four doubles (eight floats) with one lane beyond the screen
+// goes through the group recompute: that lane gets the rejected value's
+// result, and every other lane, in that group and the next, the very result
+// it gets on the fast lane.
+template <typename T>
+void expect_one_rejected_lane(const family& f, unary_fn<T> const* table) {
+    const int w = sizeof(T) == 8 ? 4 : 8;
+    const auto base = uniform_samples<T>(-3, 3, 2 * w, 7);
+    for (int slot = 0; slot < 3; ++slot) {
+        const auto fast = one_by_one(table[slot], base);
+        for (int lane = 0; lane < w; ++lane) {
+            auto x = base;
+            x[lane] = static_cast<T>(f.rejected);
+            int32_t status;
+            const auto y = run<T>(table[slot], x, &status);
+            EXPECT_EQ(status, 0);
+            EXPECT_EQ(y[lane], static_cast<T>(f.rejected_result)) << f.name << " slot " << slot << " lane " << lane;
+            for (int i = 0; i < 2 * w; ++i) {
+                if (i == lane) continue;
+                EXPECT_TRUE(same_bits(y[i], fast[i]))
+                    << f.name << " slot " << slot << " rejected lane " << lane << ", element " << i << ": " << y[i]
+                    << " against " << fast[i];
+            }
+        }
+    }
+}
+
+TEST(ErrorFunctions, OneRejectedLaneLeavesTheOthersFast) {
+    for (const family& f : kFamilies) {
+        expect_one_rejected_lane<double>(f, f.d);
+        expect_one_rejected_lane<float>(f, f.s);
+    }
+}
+
+// n = 1..9 covers no whole group, one group with a tail of every length,
+// and (in double) two groups and a tail: each element's result is the one
+// it gets inside whole groups, and nothing past n is written.
+template <typename T>
+void expect_ragged_ends(const family& f, unary_fn<T> const* table) {
+    const auto x = uniform_samples<T>(-4, 4, 16, 11);
+    for (int slot = 0; slot < 3; ++slot) {
+        const auto whole = run<T>(table[slot], x);
+        for (int n = 1; n <= 9; ++n) {
+            std::vector<T> y(16, T(-7));
+            table[slot](n, x.data(), y.data());
+            for (int i = 0; i < n; ++i)
+                EXPECT_TRUE(same_bits(y[i], whole[i])) << f.name << " slot " << slot << " n " << n << " element " << i;
+            for (int i = n; i < 16; ++i) EXPECT_EQ(y[i], T(-7)) << f.name << " wrote past n = " << n;
+        }
+    }
+}
+
+TEST(ErrorFunctions, RaggedEndsMatchWholeGroups) {
+    for (const family& f : kFamilies) {
+        expect_ragged_ends<double>(f, f.d);
+        expect_ragged_ends<float>(f, f.s);
+    }
+}
+
+// A rejected lane that raises a status in the middle of a double group:
+// Erfc(27) underflows, its neighbours keep their fast results, and the
+// status survives the rest of the vector.
+TEST(ErrorFunctions, StatusFromARejectedLaneInsideAGroup) {
+    for (int slot = 0; slot < 3; ++slot) {
+        const std::vector<double> x = {0.5, -1.0, 27.0, 2.0, 3.0, 4.0};
+        const auto fast = one_by_one(qlm_vxm_kernel_dErfc_ttab[slot], x);
+        int32_t status;
+        const auto y = run<double>(qlm_vxm_kernel_dErfc_ttab[slot], x, &status);
+        EXPECT_EQ(status, VXM_STATUS_UNDERFLOW);
+        EXPECT_TRUE(y[2] > 0 && y[2] < DBL_MIN);
+        for (int i : {0, 1, 3, 4, 5}) EXPECT_TRUE(same_bits(y[i], fast[i])) << "element " << i;
     }
 }
 

@@ -73,11 +73,27 @@ int exact_inverse(mpfr_ptr r, mpfr_srcptr y, mpfr_rnd_t) {
 template <typename T>
 constexpr int min_exp = sizeof(T) == 8 ? -1074 : -149;
 
+// 1 - |x| within 1e-3, 1e-8, 1e-12 of 1 and around the routines' region
+// limits 1 - 2^-9 and 1 - 2^-21, on both sides.
+template <typename T>
+std::vector<T> near_one_samples(uint32_t seed) {
+    std::vector<T> v;
+    std::mt19937_64 gen(seed);
+    for (double gap : {1e-3, 1e-8, 1e-12, 0x1p-9, 0x1p-21})
+        for (int i = 0; i < 40; ++i) {
+            const double g = gap * std::exp2(std::uniform_real_distribution<double>(-0.5, 0.5)(gen));
+            const T x = static_cast<T>(1.0 - g);
+            if (x < T(1)) v.push_back(i % 2 ? x : -x);
+        }
+    return v;
+}
+
 template <typename T>
 std::vector<T> erfinv_inputs(uint32_t seed) {
     auto near_one = exponent_samples<T>(sizeof(T) == 8 ? -53 : -24, -1, 400, seed);
     for (T& x : near_one) x = std::copysign(T(1) - std::fabs(x), x);
-    return concat<T>({uniform_samples<T>(-1, 1, 600, seed + 1), near_one, exponent_samples<T>(min_exp<T>, -1, 300, seed + 2)});
+    return concat<T>({uniform_samples<T>(-1, 1, 600, seed + 1), near_one, exponent_samples<T>(min_exp<T>, -1, 300, seed + 2),
+                      near_one_samples<T>(seed + 3)});
 }
 
 template <typename T>
@@ -146,6 +162,78 @@ TEST(InverseErrorFunctions, PolesDomainAndDeepTail) {
         EXPECT_NEAR(yf[1], -11.464024f, 1e-4f);
         EXPECT_EQ(status, VXM_STATUS_SING);
     }
+}
+
+// The group loops of the LA and EP routines: a NaN, a pole or an argument
+// outside the domain in one lane leaves the other lanes with the values a
+// clean group gives them; the ragged end is served element by element.
+template <typename T>
+void expect_lanes_independent(unary_fn<T> const* table, const char* function) {
+    const std::vector<T> clean = {T(0.3), T(-0.999), T(-0.0), T(0.9990234), T(1e-30), T(-0.5), T(0.75), T(-0.99999)};
+    for (int slot = 0; slot < 3; ++slot) {
+        const auto want = run<T>(table[slot], clean);
+        EXPECT_TRUE(want[2] == 0 && std::signbit(want[2])) << function << " " << slot_name(slot);
+        for (std::size_t lane = 0; lane < clean.size(); ++lane)
+            for (T bad : {T(NAN), T(1), T(-1), T(1.5)}) {
+                auto x = clean;
+                x[lane] = bad;
+                int32_t status;
+                const auto y = run<T>(table[slot], x, &status);
+                for (std::size_t k = 0; k < x.size(); ++k) {
+                    if (k == lane) continue;
+                    EXPECT_EQ(y[k], want[k]) << function << " " << slot_name(slot) << " lane " << k << " beside " << bad;
+                }
+                if (std::isnan(bad)) {
+                    EXPECT_TRUE(std::isnan(y[lane]));
+                    EXPECT_EQ(status, 0);
+                } else if (std::fabs(bad) == 1) {
+                    EXPECT_EQ(y[lane], bad * T(INFINITY));
+                    EXPECT_EQ(status, VXM_STATUS_SING);
+                } else {
+                    EXPECT_TRUE(std::isnan(y[lane]));
+                    EXPECT_EQ(status, VXM_STATUS_ERRDOM);
+                }
+            }
+        for (int n : {1, 3, 5, 7, 9}) {
+            std::vector<T> x(clean.begin(), clean.begin() + std::min<std::size_t>(n, clean.size()));
+            if (n == 9) x.push_back(T(-1));
+            int32_t status;
+            const auto y = run<T>(table[slot], x, &status);
+            for (int k = 0; k < std::min(n, 8); ++k) EXPECT_EQ(y[k], want[k]) << function << " n=" << n << " element " << k;
+            EXPECT_EQ(status, n == 9 ? VXM_STATUS_SING : 0) << function << " n=" << n;
+            if (n == 9) {
+                EXPECT_EQ(y[8], -T(INFINITY));
+            }
+        }
+    }
+}
+
+TEST(InverseErrorFunctions, ErfInvLanesAndRaggedEnd) {
+    expect_lanes_independent<double>(qlm_vxm_kernel_dErfInv_ttab, "dErfInv");
+    expect_lanes_independent<float>(qlm_vxm_kernel_sErfInv_ttab, "sErfInv");
+}
+
+// The status names the element: a pole at index 6 of a group is reported
+// at index 6 to the callback.
+int32_t last_index = -1;
+int32_t note_index(qlm_vxm_error_record* r) {
+    last_index = r->index;
+    return 0;
+}
+
+TEST(InverseErrorFunctions, ErfInvPoleReportedAtItsIndex) {
+    const uint32_t mode = qlm_vxm_kernel_SetMode(VXM_ERRMODE_CALLBACK);
+    const auto old = qlm_vxm_kernel_SetErrorCallBack(note_index);
+    for (int slot = 0; slot < 3; ++slot) {
+        last_index = -1;
+        run<double>(qlm_vxm_kernel_dErfInv_ttab[slot], {0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 1.0, 0.7});
+        EXPECT_EQ(last_index, 6);
+        last_index = -1;
+        run<float>(qlm_vxm_kernel_sErfInv_ttab[slot], {0.1f, 0.2f, 0.3f, 0.4f, 0.5f, 0.6f, -1.0f, 0.7f, 0.8f});
+        EXPECT_EQ(last_index, 6);
+    }
+    qlm_vxm_kernel_SetErrorCallBack(old);
+    qlm_vxm_kernel_SetMode(mode);
 }
 
 }  // namespace

@@ -73,4 +73,24 @@ TEST(Gamma, PolesOverflowAndUnderflow) {
     EXPECT_EQ(status, VXM_STATUS_OVERFLOW);
 }
 
+// The wide path takes eight elements a turn; a group with one element it
+// cannot serve (a pole, a value past its range) goes element by element.
+// Either way every element must get what it gets alone, in its own place,
+// and the status must name the pole's index.
+TEST(Gamma, GroupsAgreeWithSingleElements) {
+    const std::vector<float> x = {0.3f, 7.9f, 8.1f,  -2.5f, 1.0f,  2.0f, 29.5f, -0.75f,  // whole group
+                                  0.3f, 7.9f, -3.0f, -2.5f, 1.0f,  2.0f, 29.5f, -0.75f,  // a pole inside
+                                  34.9f, -29.9f, -30.5f, 5e-39f, 0.5f};                  // edges, ragged end
+    for (auto kernel : {_vxmsLGamma, _vxmsTGamma}) {
+        int status = 0;
+        const auto whole = run<float>(kernel, x, &status);
+        EXPECT_EQ(status, VXM_STATUS_SING);
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const auto alone = run<float>(kernel, {x[i]}, &status);
+            if (std::isnan(alone[0])) EXPECT_TRUE(std::isnan(whole[i])) << i;
+            else EXPECT_EQ(whole[i], alone[0]) << "element " << i << " of " << x[i];
+        }
+    }
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <mpfr.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -157,6 +158,59 @@ TEST(TrigHardCases, NearestToMultiplesOfHalfPi) {
             EXPECT_LE(ulps(t[i], a[i], mpfr_tan), limit) << "slot " << s << " tan " << a[i];
         }
     }
+}
+
+}  // namespace
+
+namespace {
+
+using namespace qlm::test;
+using TrigLaLanes = recording_reports;
+
+// The LA lanes serve |x| below 2^16.  A group with one lane above that (and
+// one infinity) redoes only those lanes: the others keep the results of a run
+// without them, bit for bit, the large lane is reduced exactly, the infinity
+// reports its own index.  Run in place too, where the redone lanes must work
+// from their inputs, not from the results already stored over them.
+TEST_F(TrigLaLanes, OnlyTheLanesAboveTheLimitAreRedone) {
+    struct routine {
+        void (*k)(int32_t, const double*, double*);
+        int (*ref)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+        const char* name;
+    };
+    const routine list[] = {{_vxmdSin_50, mpfr_sin, "Sin"}, {_vxmdCos_50, mpfr_cos, "Cos"}, {_vxmdTan_50, mpfr_tan, "Tan"}};
+    for (const routine& r : list) {
+        double a[7] = {0.5, -1.25, 3.0, 1e4, -65535.5, 2.0, -0.75};
+        double base[7], mixed[7], in_place[7];
+        r.k(7, a, base);
+        a[2] = 0x1p17 + 0.5;
+        a[5] = inf;
+        reports.clear();
+        r.k(7, a, mixed);
+        for (int i : {0, 1, 3, 4, 6}) EXPECT_EQ(bits(mixed[i]), bits(base[i])) << r.name << " lane " << i;
+        EXPECT_LE(ulps(mixed[2], a[2], r.ref), 4.0) << r.name;  // the LA class; a wrong reduction is far off
+        EXPECT_TRUE(std::isnan(mixed[5])) << r.name;
+        ASSERT_EQ(reports.size(), 1u) << r.name;
+        EXPECT_EQ(reports[0].index, 5);
+        EXPECT_EQ(reports[0].status, VXM_STATUS_ERRDOM);
+        std::copy(a, a + 7, in_place);
+        r.k(7, in_place, in_place);
+        for (int i = 0; i < 7; ++i) EXPECT_EQ(bits(in_place[i]), bits(mixed[i])) << r.name << " in place " << i;
+    }
+}
+
+// The ragged end (three elements after the group) runs the same lanes: a
+// large element there is redone, and a short vector of one element agrees
+// with the same element inside a group.
+TEST_F(TrigLaLanes, RaggedEndMatchesTheGroups) {
+    const double a[7] = {0.1, 0.2, 0.3, 0.4, 7.5, -2.25, 1e10};
+    double y[7], one;
+    _vxmdSin_50(7, a, y);
+    _vxmdSin_50(1, a + 1, &one);
+    EXPECT_EQ(bits(one), bits(y[1]));
+    EXPECT_LE(ulps(y[6], a[6], mpfr_sin), 1.0);
+    EXPECT_LE(ulps(y[5], a[5], mpfr_sin), 4.0);
+    EXPECT_TRUE(reports.empty());
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // Double hyperbolic cosine, three slots on the core of exp_split.h.
 //
-//   HA  Taylor degree 6; with h = scale/2, cosh = h hi + (h tail + 1/(2 e^|x|)):
-//       h hi is exact, so the result carries the last rounding, the core's
-//       error and that of the small reciprocal: under one ulp.
+//   HA  e^|x| and e^-|x| both from the core (Taylor degree 6), their exact
+//       heads summed exactly and the tails added to the error term, so
+//       only the last rounding counts: about half an ulp, no division.
 //   LA  Taylor degree 5; e/2 + 1/(2e) from the rounded e = e^|x|.
 //   EP  e from the EP exponential (one-piece reduction, r + r^2/2, about
 //       28 bits); the same sum.
@@ -23,10 +23,7 @@ struct cosh_value : exp_split::exp_screen {
     static __m128d value(__m128d x) {
         const __m128d ax = exp_split::magnitude(x), half = _mm_set1_pd(0.5);
         if constexpr (Slot == 1) {
-            const auto p = exp_split::split<6>(ax);
-            const __m128d h = _mm_mul_pd(half, p.scale);
-            const __m128d inverse = _mm_div_pd(half, exp_split::exp_of(p));
-            return _mm_add_pd(_mm_mul_pd(h, p.hi), _mm_add_pd(_mm_mul_pd(h, p.tail), inverse));
+            return exp_split::half_exp_pair<true>(ax);
         } else {
             __m128d e;
             if constexpr (Slot == 0) e = exp_split::exp_of(exp_split::split<5>(ax));

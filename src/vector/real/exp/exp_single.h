@@ -8,11 +8,12 @@
 //
 //   HA  128-entry table, K = 128/ln 2; r = (x - n C1) - n C2;
 //       e^x = (((Tlo + r) + r^2/2) T + T) 2^(n/128), Tlo relative to T.
-//   LA  HA without the table's low part: one addition less, up to half an
-//       ulp more.
-//   EP  no table, K = 1/ln 2, one-piece reduction, e^r by its Taylor
-//       polynomial of degree 4 on |r| <= ln2/2 (truncation 4.2e-5, about
-//       14 correct bits), no table loads.
+//   LA  no table (exp_short.h): n = round(x/ln 2), r in two pieces,
+//       e^r = 1 + r + r^2 P(r) with P of degree 4 fitted by
+//       tools/exp_fits (2^-26.6 relative); measured under 1.1 ulp.
+//   EP  no table, r in one piece, e^r = 1 + r Q(r) with Q of degree 2
+//       fitted by tools/exp_fits (2^-12.3 relative, at least 12 correct
+//       bits).
 //
 // Scalar routine: NaN -> x + x; +inf -> +inf; -inf -> +0 without a
 // status; x >= 88.72283935546875 -> 0x7F000000 squared, infinity by
@@ -28,6 +29,7 @@
 
 #include "frame/error_path.h"
 #include "vector/real/exp/exp_double.h"
+#include "vector/real/exp/exp_short.h"
 #include "vector/real/exp/exp_tables.h"
 #include "vector/real/lane_loops.h"
 
@@ -43,12 +45,12 @@ inline float opaque(float v) {
     return v;
 }
 
-// HA and LA: the 128-entry table; LA leaves out the table's low part,
-// which costs it up to half an ulp.
-template <bool WithLow>
-struct tabled {
-    // Mantissa result (scale 1) and exponent m of four lanes.
-    static __m128 mantissa(__m128 x, __m128i& m) {
+// HA: the 128-entry table with its low part.
+struct ha {
+    // e^x = (hi + tail) 2^m with hi = T exact from the table and tail =
+    // ((Tlo + r) + r^2/2) T, |tail| < 0.006 hi: the result before its last
+    // rounding, for routines that add something to it.
+    static __m128 parts(__m128 x, __m128i& m, __m128& tail) {
         const __m128 shifter = splat_bits32(kShifter);
         const __m128 t = _mm_add_ps(_mm_mul_ps(x, splat_bits32(0x4338AA3Bu)), shifter);
         const __m128i bits = _mm_castps_si128(t);
@@ -65,38 +67,52 @@ struct tabled {
         const __m128 e01 = _mm_unpacklo_ps(e0, e1), e23 = _mm_unpacklo_ps(e2, e3);  // hi0 hi1 lo0 lo1
         const __m128 hi = _mm_movelh_ps(e01, e23);
         m = _mm_sub_epi32(_mm_srli_epi32(bits, 7), _mm_set1_epi32(kShifter >> 7));
-        __m128 s = r;
-        if constexpr (WithLow) s = _mm_add_ps(_mm_movehl_ps(e23, e01), r);
-        s = _mm_add_ps(s, _mm_mul_ps(_mm_set1_ps(0.5f), _mm_mul_ps(r, r)));
-        return _mm_add_ps(_mm_mul_ps(s, hi), hi);
+        const __m128 s = _mm_add_ps(_mm_add_ps(_mm_movehl_ps(e23, e01), r),
+                                    _mm_mul_ps(exp_short::splat(0.5f), _mm_mul_ps(r, r)));
+        tail = _mm_mul_ps(s, hi);
+        return hi;
+    }
+    static __m128 mantissa(__m128 x, __m128i& m) {
+        __m128 tail;
+        const __m128 hi = parts(x, m, tail);
+        return _mm_add_ps(tail, hi);
     }
 };
 
-using ha = tabled<true>;
-using la = tabled<false>;
-
-// The reduction of EP: n = round(x/ln 2) = m, r = x - n ln 2 in one piece.
-inline __m128 reduce_by_ln2(__m128 x, __m128i& m) {
-    const __m128 shifter = splat_bits32(kShifter);
-    const __m128 t = _mm_add_ps(_mm_mul_ps(x, splat_bits32(0x3FB8AA3Bu)), shifter);
-    m = _mm_sub_epi32(_mm_castps_si128(t), _mm_set1_epi32(static_cast<int32_t>(kShifter)));
-    const __m128 nf = _mm_sub_ps(t, shifter);
-    return _mm_sub_ps(x, _mm_mul_ps(nf, splat_bits32(0x3F317218u)));
-}
-
-// 1 + r (1 + r (c[0] + r (c[1] + ...))), Horner from the last coefficient.
-template <int N>
-inline __m128 taylor_exp(__m128 r, const float (&c)[N]) {
-    __m128 q = _mm_set1_ps(c[N - 1]);
-    for (int k = N - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(r, q));
-    q = _mm_add_ps(_mm_set1_ps(1.0f), _mm_mul_ps(r, q));
-    return _mm_add_ps(_mm_set1_ps(1.0f), _mm_mul_ps(r, q));
-}
-
-struct ep {
+// LA and EP: no table, the core of exp_short.h.  LA keeps the two-piece
+// reduction and e^r of degree 6 (2^-26.6 relative, about one ulp with the
+// roundings); EP a one-piece reduction and e^r of degree 4 (2^-16.1).
+template <const auto& Coefficients, bool OnePiece>
+struct table_free {
+    static __m128 exp(__m128 x) {
+        return exp_short::exp_of<float>(exp_short::split<float, Coefficients, OnePiece>(x));
+    }
+    // For the scalar routine: the result with scale 1 and the exponent n.
     static __m128 mantissa(__m128 x, __m128i& m) {
-        static constexpr float c[] = {1.0f / 2, 1.0f / 6, 1.0f / 24};
-        return taylor_exp(reduce_by_ln2(x, m), c);
+        const auto s = exp_short::split<float, Coefficients, OnePiece>(x);
+        m = _mm_sub_epi32(_mm_srli_epi32(_mm_castps_si128(s.scale), 23), _mm_set1_epi32(127));
+        return _mm_add_ps(exp_short::splat(1.0f), s.p);
+    }
+};
+
+using la = table_free<exp_fits::exp_single_la, false>;
+// The EP exponential behind the hyperbolic EP routines, which need its
+// 16 bits to keep their own 11 after their cancellations.
+using ep = table_free<exp_fits::exp_single_ep, true>;
+
+// The EP slot of Exp itself: e^r = 1 + r Q(r), Q of degree 2 (2^-12.3
+// relative), two operations fewer than `ep`.
+struct ep_short {
+    static __m128 exp(__m128 x) {
+        __m128 scale;
+        const __m128 m = exp_short::exp_short_form<float, exp_fits::exp_single_ep_short>(x, scale);
+        return _mm_mul_ps(m, scale);
+    }
+    static __m128 mantissa(__m128 x, __m128i& m) {
+        __m128 scale;
+        const __m128 v = exp_short::exp_short_form<float, exp_fits::exp_single_ep_short>(x, scale);
+        m = _mm_sub_epi32(_mm_srli_epi32(_mm_castps_si128(scale), 23), _mm_set1_epi32(127));
+        return v;
     }
 };
 
@@ -109,6 +125,7 @@ struct kernel {
     static bool screen_one(__m128 x) { return screen(x); }
 
     static __m128 fast(__m128 x) {
+        if constexpr (requires { V::exp(x); }) return V::exp(x);
         __m128i m;
         const __m128 mant = V::mantissa(x, m);
         return _mm_mul_ps(mant, _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(127)), 23)));

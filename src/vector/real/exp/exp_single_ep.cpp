@@ -7,5 +7,5 @@
 extern "C" void qlmk_sExp_EP(int32_t n, const float* a, float* y) {
     qlm::frame::kernel_frame frame;
     if (n <= 0) return;
-    qlm::vector::run_single_groups<qlm::vector::exp_single::kernel<qlm::vector::exp_single::ep>>(n, a, y);
+    qlm::vector::run_single_groups<qlm::vector::exp_single::kernel<qlm::vector::exp_single::ep_short>>(n, a, y);
 }

@@ -88,6 +88,30 @@ inline __m128d expm1_accurate(__m128d x, const parts& p) {
     return _mm_blendv_pd(mid, small, _mm_cmplt_pd(ax, _mm_set1_pd(0.03)));
 }
 
+// (e^y + e^-y)/2 (Plus) or (e^y - e^-y)/2 for 0 <= y below the screen,
+// from two evaluations of the core, one at y and one at -y.  The heads
+// scale hi / 2 of both are exact, so their sum is split exactly
+// (Fast2Sum, the first head being the larger) and its error joins the
+// tails; the tails are under 0.012 of their heads and accurate far beyond
+// double, so the result carries its last rounding and little else: about
+// half an ulp, also where the difference cancels by up to coth 1/4.
+template <bool Plus>
+inline __m128d half_exp_pair(__m128d y) {
+    const parts up = split<6>(y), down = split<6>(_mm_sub_pd(_mm_setzero_pd(), y));
+    const __m128d half = _mm_set1_pd(0.5);
+    const __m128d a = _mm_mul_pd(_mm_mul_pd(half, up.scale), up.hi);
+    __m128d b = _mm_mul_pd(_mm_mul_pd(half, down.scale), down.hi);
+    __m128d tail_down = _mm_mul_pd(down.scale, down.tail);
+    if constexpr (!Plus) {
+        b = _mm_xor_pd(b, _mm_set1_pd(-0.0));
+        tail_down = _mm_xor_pd(tail_down, _mm_set1_pd(-0.0));
+    }
+    const __m128d s = _mm_add_pd(a, b);
+    const __m128d err = _mm_sub_pd(b, _mm_sub_pd(s, a));
+    const __m128d tails = _mm_mul_pd(half, _mm_add_pd(_mm_mul_pd(up.scale, up.tail), tail_down));
+    return _mm_add_pd(s, _mm_add_pd(err, tails));
+}
+
 // e^|x| / 2 for 708 <= |x| < 710.48, where e^|x| itself may not be a
 // double but its half is: the scale is applied as 2^(m-2) and then 2.
 inline double large_half_exp(double ax) {

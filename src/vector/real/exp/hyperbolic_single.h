@@ -12,14 +12,21 @@
 // The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
 // one rounding to float decides the result: the HA routines.
 //
-// LA and EP run in float (native below), on the single exponential's
-// mantissa routines (HA's table for LA, EP's degree 4 for EP):
-//   Cosh   e/2 + 1/(2e), the reciprocal by division (LA) or RCPPS (EP;
-//          Sinh too)
+// LA and EP run in float (native below).  LA Cosh takes e^|x|/2 from the
+// HA exponential's table before its last rounding, as an exact head and a
+// small tail, and adds e^-|x|/2 (a division) to the tail first, so the
+// result rounds once.  The others use the HA exponential (LA) or the EP
+// one (table-free, degree 4, 16 bits):
+//   Cosh   EP: e/2 + 1/(2e), the reciprocal by RCPPS
 //   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
-//          (e - 1/e)/2, whose cancellation is at most coth 1 (coth 1/2)
-//   Tanh   |x| < 1/2: x + x^3 P(x^2), P fitted (five terms, EP three);
-//          above, 1 - 2/(e^(2|x|) + 1), |x| clamped at 9
+//          (e - 1/e)/2 (EP by RCPPS), whose cancellation is at most
+//          coth 1 (coth 1/2)
+//   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of five terms from
+//          tools/exp_fits; above, 1 - 2/(e^(2|x|) + 1) from the HA
+//          exponential's unrounded head and tail, the quotient's rounding
+//          error recovered (tanh_from_parts).  EP: |x| < 1/2: x + x^3
+//          P(x^2), P of three terms; above, 1 - 2/(e^(2|x|) + 1).  |x| is
+//          clamped at 10, where the quotient is below a quarter ulp of 1.
 // with the sign of x put back.  Their screen is the single exponential's
 // (|x| < 87.3365) for Sinh and Cosh; rejected inputs take the scalar
 // routine above.
@@ -35,6 +42,7 @@
 #include <type_traits>
 
 #include "frame/error_path.h"
+#include "vector/real/exp/exp_short.h"
 #include "vector/real/exp/exp_single.h"
 #include "vector/real/exp/exp_split.h"
 #include "vector/real/lane_loops.h"
@@ -101,14 +109,20 @@ struct kernel {
     }
 };
 
+// Horner in w over float coefficients, each splatted from its bits.
+template <int N>
+inline __m128 horner(__m128 w, const float (&c)[N], int terms = N) {
+    __m128 q = exp_short::splat(c[terms - 1]);
+    for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(exp_short::splat(c[k]), _mm_mul_ps(w, q));
+    return q;
+}
+
 // The odd Taylor series of sinh in y^2 = w, with the given number of
 // terms after the first.
 template <int Terms>
 inline __m128 sinh_series(__m128 y, __m128 w) {
-    constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
-    __m128 q = _mm_set1_ps(c[Terms - 1]);
-    for (int k = Terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(c[k]), _mm_mul_ps(w, q));
-    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), q));
+    static constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
+    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), horner(w, c, Terms)));
 }
 
 template <function F, bool Enhanced>
@@ -127,38 +141,79 @@ struct native {
     // Sinh above the cut); in Tanh it makes the result, and is divided.
     static __m128 reciprocal(__m128 v) {
         if constexpr (Enhanced && F != function::tanh) return _mm_rcp_ps(v);
-        else return _mm_div_ps(_mm_set1_ps(1.0f), v);
+        else return _mm_div_ps(exp_short::splat(1.0f), v);
+    }
+
+    // LA Cosh: e^y/2 = H + L from the HA exponential before its last
+    // rounding (H = T 2^(m-1) exact, |L| < 0.006 H), and e^-y/2 =
+    // 1/(4 (H + L)) by division; H + (L + e^-y/2) rounds once at the end,
+    // so the error is the last rounding plus small shares of the smaller
+    // terms, also near 0 where the two halves are equal.
+    static __m128 cosh_from_parts(__m128 y) {
+        __m128i m;
+        __m128 tail;
+        const __m128 hi = exp_single::ha::parts(y, m, tail);
+        const __m128 half_scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(126)), 23));
+        const __m128 h = _mm_mul_ps(hi, half_scale), l = _mm_mul_ps(tail, half_scale);
+        return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(exp_short::splat(0.25f), _mm_add_ps(h, l))));
+    }
+
+    // LA Tanh for |x| >= 0.55, from v = 2|x|: 1 - 2/(e^v + 1) with e^v =
+    // H + L unrounded (as above); e^v + 1 = Dh + Dl with Dh = (H + 1) + L
+    // and both roundings recovered (Fast2Sum twice, H > 1), q0 = 2/Dh, and
+    // 2/(Dh + Dl) = q0 - q0^2 Dl/2 to far below an ulp.  1 - q0 is split
+    // exactly (Fast2Sum), so the result rounds once from a value whose
+    // only sizeable error is the division's: q0 < 1/2 < result, so half
+    // an ulp of q0 is at most a quarter ulp of the result.
+    static __m128 tanh_from_parts(__m128 v) {
+        __m128i m;
+        __m128 tail;
+        const __m128 hi = exp_single::ha::parts(v, m, tail);
+        const __m128 scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(127)), 23));
+        const __m128 h = _mm_mul_ps(hi, scale), l = _mm_mul_ps(tail, scale), one = exp_short::splat(1.0f);
+        const __m128 d1 = _mm_add_ps(h, one);
+        const __m128 dh = _mm_add_ps(d1, l);
+        const __m128 dl = _mm_add_ps(_mm_sub_ps(one, _mm_sub_ps(d1, h)), _mm_sub_ps(l, _mm_sub_ps(dh, d1)));
+        const __m128 q0 = _mm_div_ps(exp_short::splat(2.0f), dh);
+        const __m128 s = _mm_sub_ps(one, q0);
+        const __m128 err = _mm_sub_ps(_mm_sub_ps(one, s), q0);
+        const __m128 correction = _mm_mul_ps(_mm_mul_ps(exp_short::splat(0.5f), _mm_mul_ps(q0, q0)), dl);
+        return _mm_add_ps(s, _mm_add_ps(err, correction));
     }
 
     static __m128 fast(__m128 x) {
-        const __m128 sign = _mm_and_ps(x, _mm_set1_ps(-0.0f));
-        const __m128 y = _mm_andnot_ps(_mm_set1_ps(-0.0f), x), half = _mm_set1_ps(0.5f);
-        if constexpr (F == function::cosh) {
+        const __m128 sign = _mm_and_ps(x, exp_short::splat(-0.0f));
+        const __m128 y = _mm_andnot_ps(exp_short::splat(-0.0f), x), half = exp_short::splat(0.5f);
+        const __m128 one = exp_short::splat(1.0f);
+        if constexpr (F == function::cosh && !Enhanced) {
+            return cosh_from_parts(y);
+        } else if constexpr (F == function::cosh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
         } else if constexpr (F == function::sinh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             const __m128 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
             const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
-            const __m128 cut = _mm_set1_ps(Enhanced ? 0.5f : 1.0f);
+            const __m128 cut = Enhanced ? half : one;
             return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
         } else {
-            const __m128 c = _mm_min_ps(y, _mm_set1_ps(9.0f));
-            const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
-            const __m128 large = _mm_sub_ps(_mm_set1_ps(1.0f),
-                                            _mm_mul_ps(_mm_set1_ps(2.0f), reciprocal(_mm_add_ps(e, _mm_set1_ps(1.0f)))));
-            // |x| < 1/2: x + x^3 P(x^2), P interpolated at Chebyshev nodes in
-            // x^2 on (0, 1/4]: 2^-26.3 relative with five terms, 2^-17 with three.
-            static constexpr float la[] = {-0.333333343f, 0.133333251f, -0.053959202f, 0.0216649789f,
-                                           -0.00737843243f};
-            static constexpr float ep[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
-            const float* coefficients = Enhanced ? ep : la;
-            constexpr int terms = Enhanced ? 3 : 5;
+            const __m128 c = _mm_min_ps(y, exp_short::splat(10.0f));
             const __m128 w = _mm_mul_ps(c, c);
-            __m128 q = _mm_set1_ps(coefficients[terms - 1]);
-            for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(_mm_set1_ps(coefficients[k]), _mm_mul_ps(w, q));
-            const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), q));
-            return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
+            if constexpr (Enhanced) {
+                const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
+                const __m128 large =
+                    _mm_sub_ps(one, _mm_mul_ps(exp_short::splat(2.0f), reciprocal(_mm_add_ps(e, one))));
+                // |x| < 1/2: x + x^3 P(x^2), P interpolated at Chebyshev
+                // nodes in x^2 on (0, 1/4]: 2^-17 relative.
+                static constexpr float ep[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
+                const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), horner(w, ep)));
+                return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
+            } else {
+                const __m128 small =
+                    _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), horner(w, exp_fits::tanh_single_la)));
+                const __m128 cut = exp_short::splat(0.55f);
+                return _mm_or_ps(sign, _mm_blendv_ps(tanh_from_parts(_mm_add_ps(c, c)), small, _mm_cmplt_ps(c, cut)));
+            }
         }
     }
 

@@ -3,11 +3,12 @@
 //   LA  E = e^|x| - 1 by the core of exp_split.h (Taylor degree 6),
 //       sinh = (E + E/(E + 1))/2 with the sign of x: no cancellation near
 //       0, about two ulps from the four roundings.
-//   HA  |x| < 1: x + x x^2 P(x^2), P the Taylor series of (sinh x - x)/x^3
-//       to x^16 (truncation below 2^-56); |x| >= 1: with h = scale/2,
-//       h hi + (h tail - 1/(2 e^|x|)), h hi exact and the subtracted
-//       reciprocal under a sixth of the result.  Both are computed and the
-//       lane picks one.
+//   HA  |x| < 1/4: x + x x^2 P(x^2), P the Taylor series of
+//       (sinh x - x)/x^3 to x^8 (truncation below 2^-57), the added term
+//       under 0.011 of the result; |x| >= 1/4: (e^|x| - e^-|x|)/2 from
+//       two evaluations of the core, exact heads subtracted exactly
+//       (exp_split.h), about half an ulp.  Both are computed and the lane
+//       picks one.
 // Screen: |x| < 708.396.  Special results: NaN -> x + x, +-inf -> +-inf,
 // |x| from 708 on -> +-e^|x|/2 by the split scale, +-inf with OVERFLOW
 // once that is not finite.
@@ -24,24 +25,19 @@ template <bool High>
 struct sinh_value : exp_split::exp_screen {
     static __m128d value(__m128d x) {
         const __m128d ax = exp_split::magnitude(x), half = _mm_set1_pd(0.5), one = _mm_set1_pd(1.0);
-        const auto p = exp_split::split<6>(ax);
         if constexpr (!High) {
-            const __m128d e = exp_split::expm1_of(p);
+            const __m128d e = exp_split::expm1_of(exp_split::split<6>(ax));
             const __m128d s = _mm_mul_pd(half, _mm_add_pd(e, _mm_div_pd(e, _mm_add_pd(e, one))));
             return exp_split::with_sign_of(x, s);
         } else {
-            const __m128d h = _mm_mul_pd(half, p.scale);
-            const __m128d inverse = _mm_div_pd(half, exp_split::exp_of(p));
-            const __m128d large = _mm_add_pd(_mm_mul_pd(h, p.hi), _mm_sub_pd(_mm_mul_pd(h, p.tail), inverse));
-            // 1/3!, 1/5!, ..., 1/19!
-            constexpr double c[] = {1.0 / 6, 1.0 / 120, 1.0 / 5040, 1.0 / 362880, 1.0 / 39916800,
-                                    1.0 / 6227020800.0, 1.0 / 1307674368000.0, 1.0 / 355687428096000.0,
-                                    1.0 / 121645100408832000.0};
+            // 1/3!, 1/5!, ..., 1/11!
+            constexpr double c[] = {1.0 / 6, 1.0 / 120, 1.0 / 5040, 1.0 / 362880, 1.0 / 39916800};
             const __m128d x2 = _mm_mul_pd(ax, ax);
-            __m128d q = _mm_set1_pd(c[8]);
-            for (int k = 7; k >= 0; --k) q = _mm_add_pd(_mm_set1_pd(c[k]), _mm_mul_pd(x2, q));
+            __m128d q = _mm_set1_pd(c[4]);
+            for (int k = 3; k >= 0; --k) q = _mm_add_pd(_mm_set1_pd(c[k]), _mm_mul_pd(x2, q));
             const __m128d small = _mm_add_pd(ax, _mm_mul_pd(_mm_mul_pd(ax, x2), q));
-            return exp_split::with_sign_of(x, _mm_blendv_pd(large, small, _mm_cmplt_pd(ax, one)));
+            const __m128d large = exp_split::half_exp_pair<false>(ax);
+            return exp_split::with_sign_of(x, _mm_blendv_pd(large, small, _mm_cmplt_pd(ax, _mm_set1_pd(0.25))));
         }
     }
     static bool special(int32_t i, const double* a, double* y) {

@@ -1,5 +1,7 @@
-// Value formulas of Asinh, Acosh and Atanh, in x87 extended precision for
-// double HA and in double with double-double logarithms for the others.
+// Per-element formulas of Asinh, Acosh and Atanh, for the lanes that the
+// vector screens of invhyp_groups.h leave out (double magnitudes from 2^28
+// on); x87 extended precision for double HA, double with double-double
+// logarithms for the others.
 //
 // x87 (the frame sets 64-bit precision): the logarithm is the processor's
 // y log2(x) with y = ln 2 (fyl2x, and fyl2xp1 for log1p below 1 - sqrt(2)/2),

@@ -1,24 +1,30 @@
 // Atan2(a, b), the angle of the point (b, a), double and single.
 //
-// Method: with the smaller of |a|, |b| over the larger as z in [0, 1],
-// atan(z) by the eighths reduction of atan_core.h, then pi/2 - that when
-// |a| > |b|, pi - that when b < 0, and the sign of a.  Double LA and HA run
-// in x87 extended precision (the frame sets 64-bit precision): the ratio,
-// the reduction and the quadrant constants carry 11 bits beyond double, so
-// that only the final rounding counts; HA keeps 8 series terms (2^-72), LA 6
-// (2^-56).  Double EP and the single routines work in double on the same
-// plan, with the series shortened to their class.
-// Screen: both arguments finite and nonzero, and the exponent of a not
-// more than 1000 below that of b, so that the result cannot underflow.
-// The scalar routine gives the IEEE values at zeros and infinities, NaN
-// for NaN, and UNDERFLOW when finite nonzero arguments give a result below
-// the least normal number.
+// Method: the octant reduction of invtrig_wide.h on whole groups in SSE
+// registers: the smaller of |a|, |b| over the larger, one more step at
+// tan(pi/8), the fit Q, and the quadrant folded into a multiple of pi/4.
+// Double HA takes the careful form (quotient as a pair, constant added
+// exactly: about 0.65 ulp), double LA the plain form with the 2^-51 fit
+// (about 1.5 ulp), double EP the plain form with the 2^-30 fit.  Single HA
+// runs the plain double form in double pairs (0.5 ulp and a hair), single
+// LA and EP the plain form in float lanes.
+// Screen: both magnitudes within [2^-500, 2^500) in double, [2^-60, 2^60)
+// in single, so that the ratio stays normal and the careful form's scaled
+// products cannot overflow.  Everything else (zeros, infinities, NaN,
+// denormals, far-apart magnitudes) goes to the per-element routines below,
+// which give the IEEE values at zeros and infinities, NaN for NaN, and
+// UNDERFLOW when finite nonzero arguments give a result below the least
+// normal number.  Those double LA and HA routines run in x87 extended
+// precision (the ratio, the reduction and the quadrant constants carry 11
+// bits beyond double), which is why those kernels keep the x87 frame.
 #include <cfloat>
 #include <cmath>
 
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
 #include "vector/real/invtrig/atan_core.h"
+#include "vector/real/invtrig/invtrig_wide.h"
+#include "vector/real/invtrig/wide_groups.h"
 #include "vector/real/special/group_driver.h"
 
 namespace {
@@ -117,9 +123,63 @@ constexpr char kS[] = "vsAtan2";
 
 }  // namespace
 
-QLM_BINARY_KERNEL(qlmk_dAtan2_HA, qlm::frame::kX87Extended, atan2_double_x87_plan<8, kD>)
-QLM_BINARY_KERNEL(qlmk_dAtan2_LA, qlm::frame::kX87Extended, atan2_double_x87_plan<6, kD>)
-QLM_BINARY_KERNEL(qlmk_dAtan2_EP, qlm::frame::kX87None, atan2_plan<double, 3, kD>)
-QLM_BINARY_KERNEL(qlmk_sAtan2_HA, qlm::frame::kX87None, atan2_plan<float, 3, kS>)
-QLM_BINARY_KERNEL(qlmk_sAtan2_LA, qlm::frame::kX87None, atan2_plan<float, 2, kS>)
-QLM_BINARY_KERNEL(qlmk_sAtan2_EP, qlm::frame::kX87None, atan2_plan<float, 1, kS>)
+namespace {
+
+using namespace qlm::invtrig;
+
+template <typename T, std::size_t N>
+QLM_WIDE vec_t<T> atan2_plain(vec_t<T> a, vec_t<T> b, const T (&tail)[N]) {
+    const vec_t<T> sign = element<T>::sign();
+    const vec_t<T> angle = angle_plain<true>(bandnot(sign, a), bandnot(sign, b), less(b, element<T>::zero()), tail);
+    return bor(angle, band(a, sign));
+}
+
+struct atan2_careful_d {
+    QLM_WIDE static __m128d value(__m128d a, __m128d b) {
+        const __m128d sign = element<double>::sign();
+        const __m128d angle = angle_careful<true>(_mm_andnot_pd(sign, a), _mm_andnot_pd(sign, b), _mm_cmplt_pd(b, _mm_setzero_pd()));
+        return _mm_or_pd(angle, _mm_and_pd(a, sign));
+    }
+};
+template <const auto& Tail>
+struct atan2_plain_of {
+    template <class V>
+    QLM_WIDE static V value(V a, V b) { return atan2_plain(a, b, Tail); }
+};
+struct atan2_in_double_pairs {
+    QLM_WIDE static __m128 value(__m128 a, __m128 b) {
+        return in_double_pairs(a, b, [](__m128d u, __m128d v) { return atan2_plain(u, v, atan_tail_m); });
+    }
+};
+
+// Magnitudes within [2^-500, 2^500) (high words) and [2^-60, 2^60) (bits).
+constexpr uint32_t kLowD = 0x20B00000u, kWidthD = 0x3E800000u;
+constexpr uint32_t kLowS = 0x21800000u, kWidthS = 0x3C000000u;
+
+void double_ha(int32_t n, const double* a, const double* b, double* y) {
+    run_double_binary<atan2_careful_d, kLowD, kWidthD, atan2_double_x87_plan<8, kD>>(n, a, b, y);
+}
+void double_la(int32_t n, const double* a, const double* b, double* y) {
+    run_double_binary<atan2_plain_of<atan_tail_d>, kLowD, kWidthD, atan2_double_x87_plan<6, kD>>(n, a, b, y);
+}
+void double_ep(int32_t n, const double* a, const double* b, double* y) {
+    run_double_binary<atan2_plain_of<atan_tail_m>, kLowD, kWidthD, atan2_plan<double, 3, kD>>(n, a, b, y);
+}
+void single_ha(int32_t n, const float* a, const float* b, float* y) {
+    run_single_binary<atan2_in_double_pairs, kLowS, kWidthS, atan2_plan<float, 3, kS>>(n, a, b, y);
+}
+void single_la(int32_t n, const float* a, const float* b, float* y) {
+    run_single_binary<atan2_plain_of<atan_tail_f>, kLowS, kWidthS, atan2_plan<float, 2, kS>>(n, a, b, y);
+}
+void single_ep(int32_t n, const float* a, const float* b, float* y) {
+    run_single_binary<atan2_plain_of<atan_tail_e>, kLowS, kWidthS, atan2_plan<float, 1, kS>>(n, a, b, y);
+}
+
+}  // namespace
+
+QLM_INVTRIG_BINARY(qlmk_dAtan2_HA, double, qlm::frame::kX87Extended, double_ha)
+QLM_INVTRIG_BINARY(qlmk_dAtan2_LA, double, qlm::frame::kX87Extended, double_la)
+QLM_INVTRIG_BINARY(qlmk_dAtan2_EP, double, qlm::frame::kX87None, double_ep)
+QLM_INVTRIG_BINARY(qlmk_sAtan2_HA, float, qlm::frame::kX87None, single_ha)
+QLM_INVTRIG_BINARY(qlmk_sAtan2_LA, float, qlm::frame::kX87None, single_la)
+QLM_INVTRIG_BINARY(qlmk_sAtan2_EP, float, qlm::frame::kX87None, single_ep)

@@ -12,8 +12,11 @@
 //           6 -> 18 -> 54 bits, the last in additive form, after splitting
 //           off the exponent modulo 3;
 //           InvCbrt as its reciprocal, Pow2o3 as its square; Pow3o2 as
-//           x * sqrt(x).  Within 2.5 ulps in double: double Cbrt LA/EP,
-//           Pow2o3 LA and Pow3o2 LA, and the single LA and EP routines.
+//           x * sqrt(x).  Within 2.5 ulps in double: double Pow2o3 LA and
+//           Pow3o2 LA, and the single LA and EP routines but Cbrt LA.
+//   la      the cube root of cbrt_la_lanes.h: a 192-row table and the
+//           Taylor series of (1 + r)^(1/3) in packed SSE arithmetic, within
+//           0.75 ulp: double Cbrt LA/EP (one routine) and single Cbrt LA.
 // Four elements a turn in two pairs; the wide lane takes |x| finite and
 // nonzero (normal in double), and for Pow3o2 positive x whose result is
 // normal.  The per-element step: NaN gives NaN; ±0 gives ±0 (Cbrt), +0
@@ -30,6 +33,7 @@
 #include "frame/error_path.h"
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
+#include "vector/real/power/cbrt_la_lanes.h"
 #include "vector/real/power/group_loop.h"
 #include "vector/real/power/pow_core.h"
 
@@ -182,7 +186,51 @@ void power_kernel(int32_t n, const T* a, T* y, const char* name) {
     run_groups<4>(n, fast, element);
 }
 
+// The LA cube root: the packed lanes of cbrt_la_lanes.h, four elements a
+// turn (two double pairs or one float four).  The fast lane takes normal
+// finite nonzero x; a group with any other input is recomputed element by
+// element, its ordinary lanes by the same arithmetic on one lane, the others
+// through the per-element step.
+inline bool la_window(double x) { return high_word(x) - 0x00100000u < 0x7FE00000u; }
+inline bool la_window(float x) { return abs_bits(x) - 0x00800000u < 0x7F000000u; }
+inline double la_cube_root(double x) { return _mm_cvtsd_f64(qlm::power::la::cube_root(_mm_set_sd(x))); }
+inline float la_cube_root(float x) { return _mm_cvtss_f32(qlm::power::la::cube_root(_mm_set_ss(x))); }
+
+template <typename T>
+void cbrt_la_kernel(int32_t n, const T* a, T* y) {
+    auto element = [&](int32_t i) {
+        const T x = a[i];
+        if (la_window(x)) {
+            y[i] = la_cube_root(x);
+            return;
+        }
+        int32_t status = 0;  // stays 0: the cube root has no status
+        y[i] = static_cast<T>(power_special<cbrt_spec>(x, status));
+    };
+    namespace la = qlm::power::la;
+    auto fast = [&](int32_t i) {
+        if constexpr (sizeof(T) == 8) {
+            const __m128d x0 = _mm_loadu_pd(a + i), x1 = _mm_loadu_pd(a + i + 2);
+            if (!la::all_normal(x0, x1)) return false;
+            _mm_storeu_pd(y + i, la::cube_root(x0));
+            _mm_storeu_pd(y + i + 2, la::cube_root(x1));
+        } else {
+            const __m128 x = _mm_loadu_ps(a + i);
+            if (!la::all_normal(x)) return false;
+            _mm_storeu_ps(y + i, la::cube_root(x));
+        }
+        return true;
+    };
+    run_groups<4>(n, fast, element);
+}
+
 }  // namespace
+
+#define QLM_CBRT_LA(routine, type)                                \
+    extern "C" void routine(int32_t n, const type* a, type* y) { \
+        kernel_frame frame;                                      \
+        if (n > 0) cbrt_la_kernel<type>(n, a, y);                \
+    }
 
 #define QLM_FIXED_POWER(routine, exponent, method_, type, name, x87)                     \
     extern "C" void routine(int32_t n, const type* a, type* y) {                     \
@@ -194,7 +242,7 @@ using qlm::frame::kX87None;
 
 // Double.
 QLM_FIXED_POWER(qlmk_dCbrt_HA, cbrt_spec, pair, double, "vdCbrt", kX87None)
-QLM_FIXED_POWER(qlmk_dCbrt_LA, cbrt_spec, direct, double, "vdCbrt", kX87None)
+QLM_CBRT_LA(qlmk_dCbrt_LA, double)
 QLM_FIXED_POWER(qlmk_dInvCbrt_HA, inv_cbrt_spec, pair, double, "vdInvCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_dPow2o3_HA, pow2o3_spec, pair, double, "vdPow2o3", kX87None)
 QLM_FIXED_POWER(qlmk_dPow2o3_LA, pow2o3_spec, direct, double, "vdPow2o3", kX87None)
@@ -206,7 +254,7 @@ QLM_FIXED_POWER(qlmk_dPow3o2_EP, pow3o2_spec, plain, double, "vdPow3o2", kX87Non
 // Single: HA by the plain core, LA and EP by the direct method (one routine
 // body, two entries, since no cheaper form keeps the single LA bound).
 QLM_FIXED_POWER(qlmk_sCbrt_HA, cbrt_spec, plain, float, "vsCbrt", kX87None)
-QLM_FIXED_POWER(qlmk_sCbrt_LA, cbrt_spec, direct, float, "vsCbrt", kX87None)
+QLM_CBRT_LA(qlmk_sCbrt_LA, float)
 QLM_FIXED_POWER(qlmk_sCbrt_EP, cbrt_spec, direct, float, "vsCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_sInvCbrt_HA, inv_cbrt_spec, plain, float, "vsInvCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_sInvCbrt_LA, inv_cbrt_spec, direct, float, "vsInvCbrt", kX87None)

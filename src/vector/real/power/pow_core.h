@@ -42,15 +42,24 @@ inline V to_double(ints_of<V> v) {
     return from_bits(bits(lanes::splat<V>(kShifter)) + v) - kShifter;
 }
 
+// x = 2^e m with m in [0.707, 1.414) (halved from 1.4140625 on), and the
+// row of the log table that serves m; x positive, normal and finite.
+template <typename V>
+inline ints_of<V> log_argument(V x, V& e, V& m) {
+    const ints_of<V> b = bits(x);
+    const ints_of<V> row = (b >> 44) & 255;
+    const ints_of<V> halve = ((row + 150) >> 8) & 1;  // 1 from row 106 on
+    e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
+    m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    return row;
+}
+
 // log x as lh + ll, for x positive, normal and finite.
 template <typename V>
 inline void log_pair(V x, V& lh, V& ll) {
     using namespace lanes;
-    const ints_of<V> b = bits(x);
-    const ints_of<V> row = (b >> 44) & 255;
-    const ints_of<V> halve = ((row + 150) >> 8) & 1;  // 1 from row 106 on
-    const V e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
-    const V m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    V e, m;
+    const ints_of<V> row = log_argument(x, e, m);
     const V c = gather<0>(log_table, row);
     const V lc_hi = gather<1>(log_table, row), lc_lo = gather<2>(log_table, row);
 
@@ -87,15 +96,20 @@ inline V expm1_series(V r) {
                                     r * (0x1.1111111111111p-7 + r * 0x1.6c16c16c16c17p-10))));
 }
 
-// exp(th + tl) for |th| < 708, where the result is normal.
-template <typename V>
+// exp(th + tl) for |th| < 708, where the result is normal.  Short drops the
+// series' r^6 term (2^-60.7 relative), for the LA core.
+template <typename V, bool Short = false>
 inline V exp_pair(V th, V tl) {
     using namespace lanes;
     const V t = th * k128OverLn2 + kShifter;
     const V nf = t - kShifter;
     const ints_of<V> n = bits(t) - bits(splat<V>(kShifter));
     const V r = ((th - nf * kLn2Over128Hi) - nf * kLn2Over128Lo) + tl;
-    const V p = expm1_series(r);
+    V p;
+    if constexpr (Short)
+        p = r + r * r * (0.5 + r * (0x1.5555555555555p-3 + r * (0x1.5555555555555p-5 + r * 0x1.1111111111111p-7)));
+    else
+        p = expm1_series(r);
     const ints_of<V> j = n & 127;
     const V t_hi = gather<0>(exp2_table, j), t_lo = gather<1>(exp2_table, j);
     const V v = t_hi + (t_lo + t_hi * p);
@@ -151,11 +165,8 @@ namespace qlm::power {
 template <typename V>
 inline V log_plain(V x) {
     using namespace lanes;
-    const ints_of<V> b = bits(x);
-    const ints_of<V> row = (b >> 44) & 255;
-    const ints_of<V> halve = ((row + 150) >> 8) & 1;
-    const V e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
-    const V m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
+    V e, m;
+    const ints_of<V> row = log_argument(x, e, m);
     const V r = m * gather<0>(log_table, row) - 1.0;
     const V r2 = r * r;
     const V tail = r2 * (-0.5 + r * (0x1.5555555555555p-2 + r * (-0.25 + r * 0x1.999999999999ap-3)));
@@ -176,3 +187,49 @@ inline V exp_plain(V t) {
 }
 
 }  // namespace qlm::power
+
+namespace qlm::power {
+
+// ---------------------------------------------------------------------------
+// The lighter pair core of the double LA Pow and Powx.  log x as hi + lo with
+// hi = e*ln2_hi + (-log c)_hi + r summed exactly (two_sum) and lo holding the
+// tails, r's rounding, -r^2/2 rounded once (2^-70 absolute, 2^-62 of log x
+// at worst, near x = 1 +- 2^-8) and the series r^3/3 ... r^8/8 (the rest
+// is 2^-66 of log x); lo is not
+// renormalised.  y*log x: hi is cut to 26 bits and y split in two halves
+// (Dekker), so the two head products are exact, and the rest is rounded once;
+// the sum is renormalised for exp_pair.  The error of y log x stays within
+// about 2^-61 of it, so x^y keeps 1 ulp where |y log x| is below 708.
+template <typename V>
+inline V pow_la(V x, V y, V& th) {
+    using namespace lanes;
+    V e, m;
+    const ints_of<V> row = log_argument(x, e, m);
+    const V c = gather<0>(log_table, row);
+    const V lc_hi = gather<1>(log_table, row), lc_lo = gather<2>(log_table, row);
+    const V m_hi = from_bits(bits(m) & ~static_cast<int64_t>(0x1FF));
+    V rh, rl;
+    two_sum(m_hi * c - 1.0, (m - m_hi) * c, rh, rl);
+    const V r2 = rh * rh;
+    const V tail =
+        rh * r2 *
+        (0x1.5555555555555p-2 +
+         rh * (-0.25 + rh * (0.2 + rh * (-0x1.5555555555555p-3 + rh * (0x1.2492492492492p-3 + rh * -0.125)))));
+    // |e ln2_hi| >= 0.69 > |lc_hi| unless e = 0: the fast form is exact.
+    V k, ke, hi, he;
+    fast_two_sum(e * kLn2Hi, lc_hi, k, ke);
+    two_sum(k, rh, hi, he);
+    const V lo = (ke + he) + (e * kLn2Lo + lc_lo) + rl * (1.0 - rh) + (tail - 0.5 * r2);
+
+    const V hi26 = from_bits(bits(hi) & ~static_cast<int64_t>(0x7FFFFFF));
+    V yh, yl;
+    split(y, yh, yl);
+    const V p = yh * hi26;
+    const V pe = yl * hi26 + y * ((hi - hi26) + lo);
+    V tl;
+    fast_two_sum(p, pe, th, tl);
+    return exp_pair<V, true>(th, tl);
+}
+
+}  // namespace qlm::power
+

@@ -1,18 +1,22 @@
-// Erf, double and single, by the plan of erf_core.h.
+// Erf, double and single: groups of four doubles in two SSE2 pairs, eight
+// floats widened to four pairs, by the plan of erf_vector_core.h: sign(x)
+// times a piecewise fit of erf(|x|) on 46 pieces that follow the exponent.
 //
-// Double HA: double-double finish (about 0.5 ulp); LA: the same fits with
-// a plain finish; EP: the 2^-31 fits, plain.  Single HA and LA: the 2^-31
-// fits evaluated in double (LA shares the plan: double evaluation is the
-// cheapest that keeps 4 ulp); single EP: the 2^-16 fits.
-// Screen: |x| < 6 in double, 4 in single (beyond, erf rounds to +-1).  The
-// scalar routine: NaN gives NaN, every other x +-1, without a status.  A
-// denormal x gives the denormal 2x/sqrt(pi) without a status: the input was
-// already below the normal range.
+// Double HA: degree 11 (fit 2^-56), c0 + t c1 formed exactly, about 0.6
+// ulp; LA: degree 10 (2^-54), plain Horner, about 0.8 ulp; EP: degree 5
+// (2^-30).  Single HA and LA: the degree-5 fits
+// in double, rounded once to float (about 0.5 ulp; LA shares the plan, the
+// cheapest that keeps the HA bound); single EP: degree 3 (2^-18).
+// Screen: |x| < 6 in double, 4 in single (beyond, erf rounds to +-1);
+// denormals and zeros stay on the fast lane (piece 0 is x P(x)).  Rejected
+// lanes go to the per-element routine of erf_core.h: NaN gives NaN, every
+// other x +-1, without a status.
 #include <cmath>
 
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
 #include "vector/real/special/erf_core.h"
+#include "vector/real/special/erf_vector_core.h"
 #include "vector/real/special/group_driver.h"
 
 namespace {
@@ -28,11 +32,18 @@ struct erf_plan : abs_screen<Elem, 0x40180000u, 0x40800000u, Name> {  // 6 and 4
 constexpr char kD[] = "vdErf";
 constexpr char kS[] = "vsErf";
 
+namespace ev = qlm::special::erf_vector;
+template <class S, class F, bool Extra>
+using erf_d = ev::double_plan<0x40180000u, ev::erf_value<S>, erf_plan<double, F, Extra, kD>>;  // 6
+template <class S, class F>
+using erf_s = ev::single_plan<0x40800000u, ev::erf_value<S>, erf_plan<float, F, false, kS>>;  // 4
+
 }  // namespace
 
-QLM_UNARY_KERNEL(qlmk_dErf_HA, qlm::frame::kX87None, erf_plan<double, erf_fits_d, true, kD>)
-QLM_UNARY_KERNEL(qlmk_dErf_LA, qlm::frame::kX87None, erf_plan<double, erf_fits_d, false, kD>)
-QLM_UNARY_KERNEL(qlmk_dErf_EP, qlm::frame::kX87None, erf_plan<double, erf_fits_f, false, kD>)
-QLM_UNARY_KERNEL(qlmk_sErf_HA, qlm::frame::kX87None, erf_plan<float, erf_fits_f, false, kS>)
-QLM_UNARY_KERNEL(qlmk_sErf_LA, qlm::frame::kX87None, erf_plan<float, erf_fits_f, false, kS>)
-QLM_UNARY_KERNEL(qlmk_sErf_EP, qlm::frame::kX87None, erf_plan<float, erf_fits_e, false, kS>)
+QLM_ERF_DOUBLE_KERNEL(qlmk_dErf_HA, erf_d<ev::set_ha, erf_fits_d, true>)
+QLM_ERF_DOUBLE_KERNEL(qlmk_dErf_LA, erf_d<ev::set_la, erf_fits_d, false>)
+QLM_ERF_DOUBLE_KERNEL(qlmk_dErf_EP, erf_d<ev::set_sp, erf_fits_f, false>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErf_HA, erf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErf_LA, erf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErf_EP, erf_s<ev::set_ep, erf_fits_e>)
+

@@ -3,10 +3,9 @@
 // the centre form (h = -|y|/2, exact) for |y| <= 1/2 and the tail form
 // (q = (1 - |y|)/2, exact) above.
 //
-// Double HA: three steps (about 0.5 ulp); LA and EP: two (about 0.7 ulp;
-// one step leaves 23 bits, short of EP's 26, so EP shares LA's plan).
-// Single HA: two steps, evaluated in double; LA and EP: one (the start's
-// 4.5e-4 becomes 1e-10 after one step, well inside single precision).
+// Double HA: three steps (about 0.5 ulp); single HA: two, evaluated in
+// double.  The LA and EP slots are the logarithm-and-polynomial routines
+// of erfinv_log_poly.cpp, which take this path with two steps beside 1.
 // Screen: |y| < 1.  The scalar routine: NaN gives NaN without a status,
 // +-1 gives +-infinity with SING, |y| > 1 gives NaN with ERRDOM.
 #include <cmath>
@@ -32,8 +31,4 @@ constexpr char kS[] = "vsErfInv";
 }  // namespace
 
 QLM_UNARY_KERNEL(qlmk_dErfInv_HA, qlm::frame::kX87None, erfinv_plan<double, 3, kD>)
-QLM_UNARY_KERNEL(qlmk_dErfInv_LA, qlm::frame::kX87None, erfinv_plan<double, 2, kD>)
-QLM_UNARY_KERNEL(qlmk_dErfInv_EP, qlm::frame::kX87None, erfinv_plan<double, 2, kD>)
 QLM_UNARY_KERNEL(qlmk_sErfInv_HA, qlm::frame::kX87None, erfinv_plan<float, 2, kS>)
-QLM_UNARY_KERNEL(qlmk_sErfInv_LA, qlm::frame::kX87None, erfinv_plan<float, 1, kS>)
-QLM_UNARY_KERNEL(qlmk_sErfInv_EP, qlm::frame::kX87None, erfinv_plan<float, 1, kS>)

@@ -29,22 +29,10 @@
 #include <cmath>
 
 #include "vector/real/special/exp_log_core.h"
+#include "vector/real/special/gamma_series_table.h"
 
 namespace qlm::special::gamma_d {
 
-inline constexpr dd kC1 = {0x1.b0ee6072093cep-2, 0x1.6cb90701fbfabp-58};  // 1 - Euler's constant
-inline constexpr dd kC2 = {0x1.4a34cc4a60fa6p-2, 0x1.1873d8912200cp-56};  // (zeta(2) - 1)/2
-inline constexpr dd kC3 = {-0x1.13e001a557607p-4, 0x1.fb68be2f8821fp-58};  // -(zeta(3) - 1)/3
-// (-1)^k (zeta(k) - 1)/k for k = 4..34, rounded from 300-bit MPFR values.
-inline constexpr double kTail[31] = {
-    0x1.51322ac7d8483p-6,  -0x1.e404fc218f5f2p-8,  0x1.7add6eadb6c3p-9,   -0x1.38ac5c2bf8e08p-10,
-    0x1.0b36af86396e9p-11, -0x1.d3fd4c76d2fc8p-13, 0x1.a127b0f17d65ap-14, -0x1.78de5bd7c81efp-15,
-    0x1.580dcee66eb02p-16, -0x1.3cbc963ce2243p-17, 0x1.2597a39f34aacp-18, -0x1.11b2eb7679541p-19,
-    0x1.0064cdeb22f0fp-20, -0x1.e2600d93cfd2fp-22, 0x1.c76bbb3f07a4dp-23, -0x1.af5a6cbbf8a97p-24,
-    0x1.99b93c2070b0fp-25, -0x1.862c734df3eacp-26, 0x1.7469daccfadcdp-27, -0x1.6434a8447aeadp-28,
-    0x1.555a877ffd2c3p-29, -0x1.47b1679258d0ep-30, 0x1.3b15d2b2fc10cp-31, -0x1.2f69a9fabe3ep-32,
-    0x1.24932a337434cp-33, -0x1.1a7c26ec2523cp-34, 0x1.11116e693ed98p-35, -0x1.08424cbc543d8p-36,
-    0x1.000026e3f644fp-37, -0x1.f07c514fc9f0ap-39, 0x1.e1e2026aafcd8p-40};
 inline constexpr dd kPi = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};
 inline constexpr dd kLogPi = {0x1.250d048e7a1bdp+0, 0x1.7abf2ad8d5088p-57};
 inline constexpr dd kHalfLog2Pi = {0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};

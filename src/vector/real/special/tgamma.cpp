@@ -1,10 +1,12 @@
-// TGamma, single, one routine in all three slots, by gamma_core.h in
-// double: about 0.5 ulp.  Double, one routine in all three slots: e to the
+// TGamma, single, one routine in all three slots, on double lanes by
+// gamma_single_lanes.h, eight elements a turn, and gamma_core.h for the
+// elements the lanes leave: about 0.5 ulp.  Double, one routine in all three slots: e to the
 // double-double log |Gamma(x)| of gamma_double_core.h by exp_parts, within
 // an ulp; the sign of Gamma(x) for negative x is that of sin(pi x).
 //
 // Like LGamma, both routines leave the mode and MXCSR alone at entry.
-// Screen, single: 2^-126 <= x < 35, where the result is a normal float;
+// Screen, single: 2^-126 <= |x|, x < 35, and negative x above -30 and not
+// an integer, where the result is a normal float;
 // double: 2^-1022 <= x < 171.  The scalar
 // routine, first match: NaN gives NaN; +infinity itself; +-0 gives
 // +-infinity with SING; -infinity gives NaN with ERRDOM; a negative
@@ -20,6 +22,7 @@
 #include "frame/kernel_tables.h"
 #include "vector/real/special/gamma_core.h"
 #include "vector/real/special/gamma_double_core.h"
+#include "vector/real/special/gamma_single_lanes.h"
 #include "vector/real/special/group_driver.h"
 
 namespace {
@@ -34,8 +37,10 @@ double gamma_value(double x) {
 
 constexpr char kS[] = "vsTGamma";
 
-struct tgamma_plan : range_screen<float, 0, 0, 0x00800000u, 0x420C0000u - 0x00800000u, kS> {
-    static float fast(float x) { return static_cast<float>(gamma_positive(x)); }
+struct tgamma_plan {
+    static constexpr const char* name = kS;
+    static __m128 ok(__m128 x) { return gamma_lanes::screen(x, -30.0f, 35.0f); }
+    static gamma_lanes::v2d core(gamma_lanes::v2d x) { return gamma_lanes::gamma(x); }
     static float scalar(float x, int& status) {
         if (std::isnan(x)) return x + x;
         if (x == INFINITY) return x;
@@ -108,5 +113,8 @@ struct tgamma_plan_d : range_screen<double, 0x00100000u, 0x40656000u - 0x0010000
 
 }  // namespace
 
-QLM_UNARY_KERNEL_NO_FRAME(qlmk_sTGamma_HA, tgamma_plan)
+extern "C" void qlmk_sTGamma_HA(int32_t n, const float* a, float* y) {
+    if (n <= 0) return;
+    gamma_lanes::run_single<tgamma_plan>(n, a, y);
+}
 QLM_UNARY_KERNEL_NO_FRAME(qlmk_dTGamma_HA, tgamma_plan_d)

@@ -10,13 +10,15 @@
 // takes both results from one reduction and one row.  Sin and Cos HA run
 // under the x87 control value 0x200, SinCos HA under 0x300.
 //
-// LA and EP: eight elements a turn in four pairs, the polynomial method by pi;
-// each lane at or above 2^24 (infinities included) is then redone on its own
+// LA: four elements a turn in two pairs, the packed lanes of
+// trig_la_lanes.h (four-piece reduction by pi, degree-7 polynomial in r^2,
+// within 2 ulps), each lane at or above 2^16 redone.  EP: eight elements a
+// turn in four pairs, the polynomial method by pi with the stated degree-9
+// polynomial (about 27 bits), each lane at or above 2^24 redone.  In both,
+// a redone lane (infinities included) goes on its own
 // through the per-element step while the other lanes keep their wide results;
-// NaN lanes compare false and give NaN on the wide path.  EP uses the stated
-// degree-9 polynomial (about 27 bits), LA a five-piece reduction and the
-// Taylor series to r^21 by Estrin's scheme (within 2.5 ulps).  SinCos LA
-// runs under the x87 control value 0x200.
+// NaN lanes compare false and give NaN on the wide path.  SinCos LA runs
+// under the x87 control value 0x200.
 #include <cstdint>
 
 #include "frame/error_path.h"
@@ -25,6 +27,7 @@
 #include "vector/real/power/group_loop.h"
 #include "vector/real/power/lanes.h"
 #include "vector/real/trig/sine_core.h"
+#include "vector/real/trig/trig_la_lanes.h"
 
 namespace {
 
@@ -115,8 +118,26 @@ void poly_kernel(int32_t n, const double* a, double* y, double* z, const char* n
     run_eights_redo(n, a, trig::kPolyLimit, wide, redo);
 }
 
+// The LA lanes of trig_la_lanes.h: SinCos runs the Sin and Cos lanes on each
+// pair, so that its results are those of Sin and Cos bit for bit.
+template <outputs Out>
+void la_kernel(int32_t n, const double* a, double* y, double* z, const char* name) {
+    namespace la = trig::la;
+    auto wide = [&](int32_t i, __m128d x, int count) {
+        if constexpr (Out != outputs::cos) la::store(y + i, la::sine<false>(x), count);
+        if constexpr (Out != outputs::sin) la::store((Out == outputs::sincos ? z : y) + i, la::sine<true>(x), count);
+    };
+    auto redo = [&](int32_t i, double x) {
+        int32_t status = 0;
+        if constexpr (Out != outputs::cos) y[i] = special_step(x, 0, status);
+        if constexpr (Out == outputs::cos) y[i] = special_step(x, 1, status);
+        if constexpr (Out == outputs::sincos) z[i] = special_step(x, 1, status);
+        finish(status, i, a, y, Out == outputs::sincos ? z : y, name);
+    };
+    la::run_redo_groups(n, a, wide, redo);
+}
+
 constexpr auto kEp = trig::sine_poly::ep;
-constexpr auto kLa = trig::sine_poly::la;
 
 }  // namespace
 
@@ -137,15 +158,15 @@ void qlmk_dSinCos_HA(int32_t n, const double* a, double* y, double* z) {
 
 void qlmk_dSin_LA(int32_t n, const double* a, double* y) {
     kernel_frame frame;
-    if (n > 0) poly_kernel<kLa, outputs::sin>(n, a, y, y, "vdSin");
+    if (n > 0) la_kernel<outputs::sin>(n, a, y, y, "vdSin");
 }
 void qlmk_dCos_LA(int32_t n, const double* a, double* y) {
     kernel_frame frame;
-    if (n > 0) poly_kernel<kLa, outputs::cos>(n, a, y, y, "vdCos");
+    if (n > 0) la_kernel<outputs::cos>(n, a, y, y, "vdCos");
 }
 void qlmk_dSinCos_LA(int32_t n, const double* a, double* y, double* z) {
     kernel_frame frame(kRoundNearest, kX87Double);
-    if (n > 0) poly_kernel<kLa, outputs::sincos>(n, a, y, z, "vdSinCos");
+    if (n > 0) la_kernel<outputs::sincos>(n, a, y, z, "vdSinCos");
 }
 
 void qlmk_dSin_EP(int32_t n, const double* a, double* y) {

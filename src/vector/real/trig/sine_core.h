@@ -166,51 +166,27 @@ inline double sin_evaluate(double x, int64_t quarter) {
 }
 
 // ---------------------------------------------------------------------------
-// Polynomial method by pi (the LA and EP lanes): a = |x|, n = round(a/pi) for
+// Polynomial method by pi (the EP lanes): a = |x|, n = round(a/pi) for
 // the sine, n + 1/2 = round(a/pi - 1/2) + 1/2 for the cosine; r = a - n*pi in
 // three pieces (n*q1 exact below 2^24), then one odd polynomial on
-// [-pi/2, pi/2] (LA in five pieces).  Sign: the input's for the sine, flipped when n is odd; the
+// [-pi/2, pi/2].  Sign: the input's for the sine, flipped when n is odd; the
 // cosine's is -(-1)^n.  Lanes at or above 2^24 are redone by the evaluator.
 inline constexpr double kPolyLimit = 0x1p24;  // 0x4170000000000000
 inline constexpr double kInvPi = 0x1.45f306dc9c883p-2;  // 0x3FD45F306DC9C883
 inline constexpr double kPiA = 0x1.921fb4p1;            // 0x400921FB40000000
 inline constexpr double kPiB = 0x1.4442dp-23;           // 0x3E84442D00000000
 inline constexpr double kPiC = 0x1.8469898cc5170p-47;   // 0x3D08469898CC5170
-// LA splits the third piece again, so that every product but the last is
-// exact and each subtraction that cancels is exact too.
-inline constexpr double kPiC1 = 0x1.846989p-47;
-inline constexpr double kPiD = 0x1.198a2e0370734p-72;
-inline constexpr double kPiD1 = 0x1.198a2ep-72;  // kPiD = kPiD1 + kPiD2, n*kPiD1 exact
-inline constexpr double kPiD2 = 0x1.b839ap-103;
-inline constexpr double kPiE = 0x1.29024e088a67dp-126;  // the rest of pi
-
-// The accuracy of the odd polynomial.
-enum class sine_poly { ep, la };
+// The accuracy of the odd polynomial: the EP lanes' only (the LA lanes
+// live in trig_la_lanes.h).
+enum class sine_poly { ep };
 
 template <sine_poly Poly, typename V>
-inline V odd_sine(V r, V rl) {
+inline V odd_sine(V r) {
+    // 0xBFC55554BC836587, 0x3F8110ED3804CA96, 0xBF29F6FFEEA73463, 0x3EC5DBDF0E4C7DEE
     const V r2 = r * r;
-    if constexpr (Poly == sine_poly::ep) {
-        // 0xBFC55554BC836587, 0x3F8110ED3804CA96, 0xBF29F6FFEEA73463, 0x3EC5DBDF0E4C7DEE
-        (void)rl;
-        return r + r * r2 *
-                       (-0x1.55554bc836587p-3 +
-                        r2 * (0x1.110ed3804ca96p-7 +
-                              r2 * (-0x1.9f6ffeea73463p-13 + r2 * 0x1.5dbdf0e4c7deep-19)));
-    } else {
-        // Taylor series to r^21, exact-double coefficients (-1)^k/(2k+1)!: the
-        // truncation is 2^-59 at pi/2, where the sine is 1.  Evaluated by
-        // Estrin's scheme in r^2, r^4, r^8: the chain is four deep, not ten.
-        const V r4 = r2 * r2, r8 = r4 * r4;
-        const V p01 = -0x1.5555555555555p-3 + r2 * 0x1.1111111111111p-7;
-        const V p23 = -0x1.a01a01a01a01ap-13 + r2 * 0x1.71de3a556c734p-19;
-        const V p45 = -0x1.ae64567f544e4p-26 + r2 * 0x1.6124613a86d09p-33;
-        const V p67 = -0x1.ae7f3e733b81fp-41 + r2 * 0x1.952c77030ad4ap-49;
-        const V p89 = -0x1.2f49b46814157p-57 + r2 * 0x1.71b8ef6dcf572p-66;
-        const V p = (p01 + r4 * p23) + r8 * ((p45 + r4 * p67) + r8 * p89);
-        (void)rl;
-        return r + r * r2 * p;
-    }
+    return r + r * r2 *
+                   (-0x1.55554bc836587p-3 +
+                    r2 * (0x1.110ed3804ca96p-7 + r2 * (-0x1.9f6ffeea73463p-13 + r2 * 0x1.5dbdf0e4c7deep-19)));
 }
 
 template <sine_poly Poly, bool Cosine, typename V>
@@ -224,20 +200,8 @@ inline V sin_by_poly(V x) {
         t = a * kInvPi + kShifter;
         nf = t - kShifter;
     }
-    V r, rl;
-    if constexpr (Poly == sine_poly::ep) {
-        r = ((a - nf * kPiA) - nf * kPiB) - nf * kPiC;
-        rl = lanes::splat<V>(0.0);
-    } else {
-        // LA keeps the rounding of the second subtraction: near a multiple of
-        // pi the reduced value is tiny and that rounding would be the result's.
-        // Five pieces, every product but the last two exact: a subtraction that
-        // cancels is exact (Sterbenz), one that does not rounds relative to
-        // the reduced value, so r keeps 51 bits even next to a multiple of pi.
-        r = ((((a - nf * kPiA) - nf * kPiB) - nf * kPiC1) - nf * kPiD1) - (nf * kPiD2 + nf * kPiE);
-        rl = lanes::splat<V>(0.0);
-    }
-    const V s = odd_sine<Poly>(r, rl);
+    const V r = ((a - nf * kPiA) - nf * kPiB) - nf * kPiC;
+    const V s = odd_sine<Poly>(r);
     ints_of<V> sign = bits(t) << 63;
     if constexpr (Cosine) sign ^= kSign;
     else sign ^= bits(x) & kSign;

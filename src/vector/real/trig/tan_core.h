@@ -8,61 +8,30 @@
 namespace qlm::trig {
 
 // ---------------------------------------------------------------------------
-// LA and EP lanes: a = |x|, n = round(a*2/pi), r = a - n*pi/2 in pieces (the
-// pieces of pi halved, exact products below 2^24: five for LA as in the
-// sine's LA lane, three for EP), sin r and cos r by
-// their Taylor series on [-pi/4, pi/4], tan = s/c for even n and -c/s for odd
-// n, with the input's sign.  LA runs the series to r^15 and r^16 (truncation
-// 2^-55), EP to r^11 and r^12 (2^-37); LA stays within 3 ulps, EP keeps more
-// than 40 bits.  Lanes at or above 2^24 go to the evaluator.
+// EP lanes: a = |x|, n = round(a*2/pi), r = a - n*pi/2 in the three pieces
+// of pi halved (exact products below 2^24), sin r and cos r by their Taylor
+// series to r^11 and r^12 on [-pi/4, pi/4] (2^-37), tan = s/c for even n and
+// -c/s for odd n, with the input's sign: more than 40 bits.  Lanes at or
+// above 2^24 go to the evaluator.  (The LA lanes live in trig_la_lanes.h.)
 inline constexpr double kTwoOverPi = 0x1.45f306dc9c883p-1;
 
-enum class tan_poly { ep, la };
+enum class tan_poly { ep };
 
 template <tan_poly Poly, typename V>
 inline V tan_by_poly(V x) {
     const V a = lanes::abs(x);
     const V t = a * kTwoOverPi + kShifter;
     const V nf = t - kShifter;
-    V r, rl;
-    if constexpr (Poly == tan_poly::la) {
-        // The reduction of the sine's LA lane, halved.
-        r = ((((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC1 * 0.5)) - nf * (kPiD1 * 0.5)) -
-            (nf * (kPiD2 * 0.5) + nf * (kPiE * 0.5));
-        rl = lanes::splat<V>(0.0);
-    } else {
-        r = ((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC * 0.5);
-        rl = lanes::splat<V>(0.0);
-    }
+    const V r = ((a - nf * (kPiA * 0.5)) - nf * (kPiB * 0.5)) - nf * (kPiC * 0.5);
     const V r2 = r * r;
-    V sp, cp;
-    if constexpr (Poly == tan_poly::la) {
-        sp = -0x1.5555555555555p-3 +
-             r2 * (0x1.1111111111111p-7 +
-                   r2 * (-0x1.a01a01a01a01ap-13 +
-                         r2 * (0x1.71de3a556c734p-19 +
-                               r2 * (-0x1.ae64567f544e4p-26 +
-                                     r2 * (0x1.6124613a86d09p-33 + r2 * -0x1.ae7f3e733b81fp-41)))));
-        cp = -0.5 +
-             r2 * (0x1.5555555555555p-5 +
-                   r2 * (-0x1.6c16c16c16c17p-10 +
-                         r2 * (0x1.a01a01a01a01ap-16 +
-                               r2 * (-0x1.27e4fb7789f5cp-22 +
-                                     r2 * (0x1.1eed8eff8d898p-29 +
-                                           r2 * (-0x1.93974a8c07c9dp-37 +
-                                                 r2 * 0x1.ae7f3e733b81fp-45))))));
-    } else {
-        sp = -0x1.5555555555555p-3 +
-             r2 * (0x1.1111111111111p-7 +
-                   r2 * (-0x1.a01a01a01a01ap-13 +
-                         r2 * (0x1.71de3a556c734p-19 + r2 * -0x1.ae64567f544e4p-26)));
-        cp = -0.5 +
-             r2 * (0x1.5555555555555p-5 +
-                   r2 * (-0x1.6c16c16c16c17p-10 +
-                         r2 * (0x1.a01a01a01a01ap-16 +
-                               r2 * (-0x1.27e4fb7789f5cp-22 + r2 * 0x1.1eed8eff8d898p-29))));
-    }
-    const V s = r + (r * r2 * sp + rl);
+    const V sp = -0x1.5555555555555p-3 +
+                 r2 * (0x1.1111111111111p-7 +
+                       r2 * (-0x1.a01a01a01a01ap-13 + r2 * (0x1.71de3a556c734p-19 + r2 * -0x1.ae64567f544e4p-26)));
+    const V cp = -0.5 + r2 * (0x1.5555555555555p-5 +
+                              r2 * (-0x1.6c16c16c16c17p-10 +
+                                    r2 * (0x1.a01a01a01a01ap-16 +
+                                          r2 * (-0x1.27e4fb7789f5cp-22 + r2 * 0x1.1eed8eff8d898p-29))));
+    const V s = r + r * r2 * sp;
     const V c = 1.0 + r2 * cp;
     const ints_of<V> odd = -(bits(t) & 1);
     const V num = lanes::select<V>(odd, c, s);

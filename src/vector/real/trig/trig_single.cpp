@@ -1,11 +1,13 @@
 // Single Sin, Cos, SinCos and Tan, every slot.
 //
 // Each element is widened to double and evaluated by a double method one
-// class finer than the slot needs, then rounded once: HA by the LA
-// polynomial methods of double (within 2 ulps of double, so within
-// 0.5 + 2^-28 ulp of single), LA and EP by the EP methods of double (more
-// than 27 bits, so within 0.6 ulp of single).  Eight elements a turn; lanes
-// at or above 2^24 (and infinities) are redone one at a time by the
+// class finer than the slot needs, then rounded once.  HA: the LA lanes of
+// double (trig_la_lanes.h; within 3.2 ulps of double, so within 0.5 + 2^-27
+// ulp of single), four elements a turn in two pairs, lanes at or above 2^16
+// redone; Tan LA runs the same body, which is faster than its EP method.
+// Other LA and EP routines: the EP methods of double (more than 27 bits, so within
+// 0.6 ulp of single), eight elements a turn, lanes at or above 2^24 redone.
+// The redone lanes (infinities among them) go one at a time through the
 // per-element step: NaN gives NaN quietly, an infinity NaN with
 // VXM_STATUS_ERRDOM, any other value the double evaluator with its exact
 // reduction.  The x87 control value 0x200 is set where the routine keeps it:
@@ -17,6 +19,7 @@
 #include "frame/kernel_tables.h"
 #include "vector/real/power/group_loop.h"
 #include "vector/real/trig/tan_core.h"
+#include "vector/real/trig/trig_la_lanes.h"
 
 namespace {
 
@@ -38,10 +41,11 @@ inline double special_step(float x, int64_t quarter, int32_t& status) {
     else return trig::sin_evaluate(d, quarter);
 }
 
-template <fn F, bool Fine>
+// LA and EP: the EP methods of double, eight elements a turn.
+template <fn F>
 void single_trig(int32_t n, const float* a, float* y, float* z, const char* name) {
-    constexpr auto sp = Fine ? trig::sine_poly::la : trig::sine_poly::ep;
-    constexpr auto tp = Fine ? trig::tan_poly::la : trig::tan_poly::ep;
+    constexpr auto sp = trig::sine_poly::ep;
+    constexpr auto tp = trig::tan_poly::ep;
     auto wide = [&](int32_t i, auto x) {
         if constexpr (F == fn::sin || F == fn::sincos) put(y + i, trig::sin_by_poly<sp, false>(x));
         if constexpr (F == fn::cos) put(y + i, trig::sin_by_poly<sp, true>(x));
@@ -57,32 +61,77 @@ void single_trig(int32_t n, const float* a, float* y, float* z, const char* name
     run_eights_redo(n, a, trig::kPolyLimit, wide, redo);
 }
 
+// HA: the LA lanes of double (trig_la_lanes.h) on the widened elements, four
+// a turn in two pairs; lanes at or above 2^16 go through the per-element
+// step, the others keep their results.
+template <fn F>
+void single_trig_fine(int32_t n, const float* a, float* y, float* z, const char* name) {
+    namespace la = trig::la;
+    auto pair = [](__m128d x, int k) {
+        if constexpr (F == fn::tan) return la::tangent(x);
+        else if (k == 0 && F != fn::cos) return la::sine<false>(x);
+        else return la::sine<true>(x);
+    };
+    auto redo = [&](int32_t i, float x) {
+        int32_t status = 0;
+        y[i] = static_cast<float>(special_step<F>(x, F == fn::cos ? 1 : 0, status));
+        if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(x, 1, status));
+        if (status != 0) qlm::frame::raise_status(status, i, a, a, y, F == fn::sincos ? z : y, name);
+    };
+    const __m128 limit = _mm_set1_ps(static_cast<float>(la::kLaLimit));
+    const __m128 magnitude = _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF));
+    int32_t i = 0;
+    for (; n - i >= 4; i += 4) {
+        const __m128 x = _mm_loadu_ps(a + i);
+        unsigned mask = static_cast<unsigned>(_mm_movemask_ps(_mm_cmpge_ps(_mm_and_ps(x, magnitude), limit)));
+        alignas(16) float keep[4];
+        _mm_store_ps(keep, x);  // y may be a
+        const __m128d x0 = _mm_cvtps_pd(x), x1 = _mm_cvtps_pd(_mm_movehl_ps(x, x));
+        for (int k = 0; k < (F == fn::sincos ? 2 : 1); ++k) {
+            const __m128 v = _mm_movelh_ps(_mm_cvtpd_ps(pair(x0, k)), _mm_cvtpd_ps(pair(x1, k)));
+            _mm_storeu_ps((k == 0 ? y : z) + i, v);
+        }
+        while (mask) {
+            const int j = __builtin_ctz(mask);
+            redo(i + j, keep[j]);
+            mask &= mask - 1;
+        }
+    }
+    for (; i < n; ++i) {
+        const float x = a[i];
+        const __m128d xd = _mm_set_sd(x);
+        y[i] = _mm_cvtss_f32(_mm_cvtpd_ps(pair(xd, 0)));
+        if constexpr (F == fn::sincos) z[i] = _mm_cvtss_f32(_mm_cvtpd_ps(pair(xd, 1)));
+        if (!(abs_bits(x) < 0x47800000u) && x == x) redo(i, x);  // |x| >= 2^16 or infinite
+    }
+}
+
 using qlm::frame::kRoundNearest;
 using qlm::frame::kX87Double;
 using qlm::frame::kX87None;
 
 }  // namespace
 
-#define QLM_SINGLE_TRIG(routine, f, fine, name, x87)                  \
+#define QLM_SINGLE_TRIG(routine, f, method, name, x87)              \
     extern "C" void routine(int32_t n, const float* a, float* y) {   \
         kernel_frame frame(kRoundNearest, x87);                       \
-        if (n > 0) single_trig<fn::f, fine>(n, a, y, y, name);        \
+        if (n > 0) method<fn::f>(n, a, y, y, name);                   \
     }
-#define QLM_SINGLE_SINCOS(routine, fine)                                        \
+#define QLM_SINGLE_SINCOS(routine, method)                                      \
     extern "C" void routine(int32_t n, const float* a, float* y, float* z) {  \
         kernel_frame frame(kRoundNearest, kX87Double);                          \
-        if (n > 0) single_trig<fn::sincos, fine>(n, a, y, z, "vsSinCos");       \
+        if (n > 0) method<fn::sincos>(n, a, y, z, "vsSinCos");                  \
     }
 
-QLM_SINGLE_TRIG(qlmk_sSin_HA, sin, true, "vsSin", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sSin_LA, sin, false, "vsSin", kX87None)
-QLM_SINGLE_TRIG(qlmk_sSin_EP, sin, false, "vsSin", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sCos_HA, cos, true, "vsCos", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sCos_LA, cos, false, "vsCos", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sCos_EP, cos, false, "vsCos", kX87None)
-QLM_SINGLE_TRIG(qlmk_sTan_HA, tan, true, "vsTan", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sTan_LA, tan, false, "vsTan", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sTan_EP, tan, false, "vsTan", kX87Double)
-QLM_SINGLE_SINCOS(qlmk_sSinCos_HA, true)
-QLM_SINGLE_SINCOS(qlmk_sSinCos_LA, false)
-QLM_SINGLE_SINCOS(qlmk_sSinCos_EP, false)
+QLM_SINGLE_TRIG(qlmk_sSin_HA, sin, single_trig_fine, "vsSin", kX87Double)
+QLM_SINGLE_TRIG(qlmk_sSin_LA, sin, single_trig, "vsSin", kX87None)
+QLM_SINGLE_TRIG(qlmk_sSin_EP, sin, single_trig, "vsSin", kX87Double)
+QLM_SINGLE_TRIG(qlmk_sCos_HA, cos, single_trig_fine, "vsCos", kX87Double)
+QLM_SINGLE_TRIG(qlmk_sCos_LA, cos, single_trig, "vsCos", kX87Double)
+QLM_SINGLE_TRIG(qlmk_sCos_EP, cos, single_trig, "vsCos", kX87None)
+QLM_SINGLE_TRIG(qlmk_sTan_HA, tan, single_trig_fine, "vsTan", kX87Double)
+QLM_SINGLE_TRIG(qlmk_sTan_LA, tan, single_trig_fine, "vsTan", kX87Double)  // faster than the EP method here
+QLM_SINGLE_TRIG(qlmk_sTan_EP, tan, single_trig, "vsTan", kX87Double)
+QLM_SINGLE_SINCOS(qlmk_sSinCos_HA, single_trig_fine)
+QLM_SINGLE_SINCOS(qlmk_sSinCos_LA, single_trig)
+QLM_SINGLE_SINCOS(qlmk_sSinCos_EP, single_trig)
