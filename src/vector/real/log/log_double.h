@@ -169,6 +169,13 @@ inline fine_pieces fine(__m128d x) {
 // so it needs at most 53 bits.
 inline __m128d fine_head(const fine_pieces& p) { return _mm_add_pd(p.head, p.r1); }
 
+// The plain sum from large to small: head + r1, then low, then r2, then
+// the polynomial, about 1.5 ulp; kept for the callers outside this family
+// that were built on it.
+inline __m128d fine_sum(const fine_pieces& p) {
+    return _mm_add_pd(_mm_add_pd(_mm_add_pd(_mm_add_pd(p.head, p.r1), p.low), p.r2), p.poly);
+}
+
 // ln x as an unevaluated hi + lo, good to about 2^-100 relative apart
 // from the polynomial's own error: hi = (head + r1) + r2 and lo = its
 // rounding error (fast two-sum) + low + polynomial.  The fast two-sum is
