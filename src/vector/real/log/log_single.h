@@ -137,13 +137,22 @@ struct native_fits<2> {
 // of those joined with f^2, f^4, ...  The degree-8 and -9 fits would take
 // a chain of nine multiply-adds by Horner's rule; this takes four levels,
 // so the two fours of a group and the next group overlap.
+// N registers by value (a plain array: std::array would drop the vector
+// type's attributes).
+template <std::size_t N>
+struct quads {
+    __m128 v[N];
+    __m128& operator[](std::size_t i) { return v[i]; }
+    const __m128& operator[](std::size_t i) const { return v[i]; }
+};
+
 // One level of Estrin's scheme: q[2i] + power q[2i+1].
 template <std::size_t N>
-[[gnu::always_inline]] inline __m128 estrin(const std::array<__m128, N>& q, __m128 power) {
+[[gnu::always_inline]] inline __m128 estrin(const quads<N>& q, __m128 power) {
     if constexpr (N == 1) {
         return q[0];
     } else {
-        std::array<__m128, (N + 1) / 2> next;
+        quads<(N + 1) / 2> next;
 #pragma GCC unroll 8
         for (std::size_t i = 0; i < N / 2; ++i) next[i] = _mm_add_ps(q[2 * i], _mm_mul_ps(power, q[2 * i + 1]));
         if constexpr (N % 2 == 1) next[N / 2] = q[N - 1];
@@ -161,7 +170,7 @@ template <std::size_t N>
     // scalar load and a shuffle.
     const splat_table<N>* t = &table;
     asm("" : "+r"(t));
-    std::array<__m128, N> c;
+    quads<N> c;
 #pragma GCC unroll 16
     for (std::size_t i = 0; i < N; ++i) c[i] = _mm_load_ps(t->v[i]);
     return estrin(c, f);
