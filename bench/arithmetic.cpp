@@ -6,7 +6,8 @@
 // the ratio reads directly as a share of the copy bandwidth.  In cache
 // (4 Ki elements) the peer is the plain compiled loop.  Division: double
 // Div LA against double Div HA, single Div EP and LA against single Div HA,
-// double Inv LA against HA, and each HA against the plain compiled loop.
+// double Inv LA against HA, and each HA against the plain compiled loop,
+// at 4 Ki and 1000 elements.
 #include <cstring>
 
 #include "bench_support.h"
@@ -117,15 +118,17 @@ BENCHMARK(copy_bandwidth<16>)->Arg(kOutOfCache)->Name("copy16");
 BENCHMARK(copy_bandwidth<12>)->Arg(kOutOfCache)->Name("copy12");
 BENCHMARK(copy_bandwidth<8>)->Arg(kOutOfCache)->Name("copy8");
 
-BENCHMARK_CAPTURE(binary_d, d, _vxmdDiv_HA)->Arg(kInCache)->Name("_vxmdDiv_HA");
-BENCHMARK_CAPTURE(binary_d, d, _vxmdDiv_50)->Arg(kInCache)->Name("_vxmdDiv_50");
+
+constexpr int64_t kSmall = 1000;
+BENCHMARK_CAPTURE(binary_d, d, _vxmdDiv_HA)->Arg(kInCache)->Arg(kSmall)->Name("_vxmdDiv_HA");
+BENCHMARK_CAPTURE(binary_d, d, _vxmdDiv_50)->Arg(kInCache)->Arg(kSmall)->Name("_vxmdDiv_50");
 BENCHMARK_CAPTURE(binary_d, d, plain_ddiv)->Arg(kInCache)->Name("plain_ddiv");
 BENCHMARK_CAPTURE(unary_d, d, _vxmdInv_HA)->Arg(kInCache)->Name("_vxmdInv_HA");
 BENCHMARK_CAPTURE(unary_d, d, _vxmdInv_50)->Arg(kInCache)->Name("_vxmdInv_50");
 BENCHMARK_CAPTURE(unary_d, d, plain_dinv)->Arg(kInCache)->Name("plain_dinv");
-BENCHMARK_CAPTURE(binary_s, s, _vxmsDiv_HA)->Arg(kInCache)->Name("_vxmsDiv_HA");
-BENCHMARK_CAPTURE(binary_s, s, _vxmsDiv_21)->Arg(kInCache)->Name("_vxmsDiv_21");
-BENCHMARK_CAPTURE(binary_s, s, _vxmsDiv_11)->Arg(kInCache)->Name("_vxmsDiv_11");
+BENCHMARK_CAPTURE(binary_s, s, _vxmsDiv_HA)->Arg(kInCache)->Arg(kSmall)->Name("_vxmsDiv_HA");
+BENCHMARK_CAPTURE(binary_s, s, _vxmsDiv_21)->Arg(kInCache)->Arg(kSmall)->Name("_vxmsDiv_21");
+BENCHMARK_CAPTURE(binary_s, s, _vxmsDiv_11)->Arg(kInCache)->Arg(kSmall)->Name("_vxmsDiv_11");
 BENCHMARK_CAPTURE(binary_s, s, plain_sdiv)->Arg(kInCache)->Name("plain_sdiv");
 
 }  // namespace
@@ -153,5 +156,9 @@ int main(int argc, char** argv) {
     compare("_vxmsDiv_11" + in, "_vxmsDiv_HA" + in);
     compare("_vxmsDiv_21" + in, "_vxmsDiv_HA" + in);
     compare("_vxmsDiv_HA" + in, "plain_sdiv" + in);
+    const std::string small = "/1000";
+    compare("_vxmdDiv_50" + small, "_vxmdDiv_HA" + small);
+    compare("_vxmsDiv_11" + small, "_vxmsDiv_HA" + small);
+    compare("_vxmsDiv_21" + small, "_vxmsDiv_HA" + small);
     return qlm::bench::run_and_compare(argc, argv);
 }

@@ -11,15 +11,25 @@ std::vector<std::pair<std::string, std::string>>& comparisons() {
     return list;
 }
 
+// Keeps each benchmark's CPU time under its plain name: the median of the
+// repetitions when there are several (--benchmark_repetitions), else the
+// one run.
 class collecting_reporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration)
-                times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+        for (const Run& run : runs) {
+            const std::string name = run.run_name.str();
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
+                times[name] = run.GetAdjustedCPUTime();
+                medians[name] = true;
+            } else if (run.run_type == Run::RT_Iteration && !medians[name]) {
+                times[name] = run.GetAdjustedCPUTime();
+            }
+        }
         ConsoleReporter::ReportRuns(runs);
     }
     std::map<std::string, double> times;
+    std::map<std::string, bool> medians;
 };
 
 }  // namespace
