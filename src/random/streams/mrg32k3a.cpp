@@ -329,11 +329,16 @@ constexpr int32_t pairs = chains / 2;
 constexpr int32_t span = 32;
 using history = __m128d[3 + span][pairs];
 
-// Step k of every chain: rows k - 3 to k - 1 to row k.  The row pointers
-// pass through an empty asm so that the compiler keeps the history in the
-// buffer, where one load per operand costs less than the register shuffling
-// it otherwise makes across iterations.
-inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants& c) {
+// Step k of every chain: rows k - 3 to k - 1 to row k, and, when a sink is
+// given, the elements of row k - lag stored in the same turn.  The row
+// pointers pass through an empty asm so that the compiler keeps the history
+// in the buffer, where one load per operand costs less than the register
+// shuffling it otherwise makes across iterations.
+struct no_lanes {};
+
+template <typename Lanes = no_lanes>
+inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants& c, const Lanes& out = {},
+                      int32_t lag = 0, int32_t first = 0, int32_t length = 0, int32_t i = 0) {
     __m128d(*x)[pairs] = hx + k;
     __m128d(*y)[pairs] = hy + k;
     asm("" : "+r"(x), "+r"(y));
@@ -341,6 +346,8 @@ inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants&
     for (int p = 0; p < pairs; ++p) {
         x[0][p] = reduce_symmetric(_mm_sub_pd(_mm_mul_pd(c.ax, x[-2][p]), _mm_mul_pd(c.bx, x[-3][p])), c.inv1, c.m1);
         y[0][p] = reduce_symmetric(_mm_sub_pd(_mm_mul_pd(c.ay, y[-1][p]), _mm_mul_pd(c.by, y[-3][p])), c.inv2, c.m2);
+        if constexpr (!std::is_same_v<Lanes, no_lanes>)
+            out.store(first + 2 * p * length + i, first + (2 * p + 1) * length + i, element(x[-lag][p], y[-lag][p], c));
     }
 }
 
@@ -354,14 +361,14 @@ inline void emit_row(const history& hx, const history& hy, int32_t k, const lane
 }
 
 // One pass: chain j starts from start_x[j], start_y[j] and writes elements
-// first + j L to first + j L + L - 1.  Elements are emitted two steps behind
+// first + j L to first + j L + L - 1.  Elements are emitted three steps behind
 // the recurrence, so that each step's loads and long dependency chains
 // overlap with independent work.  The state afterwards is the last chain's
 // last three values.
 template <typename Sink>
 void run_chains(const __m128i (&start)[chains][3], int32_t length, int32_t first, const Sink& sink,
                 mrg32k3a_state& s) {
-    constexpr int32_t lag = 2;
+    constexpr int32_t lag = 3;
     const auto out = lanes_of(sink);
     const lane_constants c;
     alignas(16) history hx, hy;
@@ -380,10 +387,7 @@ void run_chains(const __m128i (&start)[chains][3], int32_t length, int32_t first
         const int32_t steps = std::min(span, length - i);
         int32_t k = 3;
         for (; k < 3 + std::min(lag, steps); ++k) step_rows(hx, hy, k, c);
-        for (; k < 3 + steps; ++k) {
-            step_rows(hx, hy, k, c);
-            emit_row(hx, hy, k - lag, c, out, first, length, i + k - 3 - lag);
-        }
+        for (; k < 3 + steps; ++k) step_rows(hx, hy, k, c, out, lag, first, length, i + k - 3 - lag);
         for (int32_t row = std::max(3, k - lag); row < k; ++row) emit_row(hx, hy, row, c, out, first, length, i + row - 3);
         for (int r = 0; r < 3; ++r)
             for (int p = 0; p < pairs; ++p) hx[r][p] = hx[steps + r][p], hy[r][p] = hy[steps + r][p];
