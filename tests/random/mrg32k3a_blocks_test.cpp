@@ -78,6 +78,14 @@ TEST(Mrg32k3aBlocks, LongCallsAndPassBoundariesMatchModel) {
     check_pieces({4294967086u, 0, 4294967086u, 0, 4294944442u, 0}, {250, 250, 1000, 17, 4097});
 }
 
+// Chains start from the chain up to six before them, as far as the table of
+// jump powers (512 steps) reaches: six back up to chains of 85, five to 102,
+// four to 128, three to 170, two beyond.  Calls of 12 L elements on both
+// sides of each change, then a remainder of single steps.
+TEST(Mrg32k3aBlocks, JumpDepthBoundariesMatchModel) {
+    check_pieces({5, 4, 3, 2, 1, 0}, {1020, 1032, 1224, 1236, 1536, 1548, 2040, 2052, 2053, 3072 + 11});
+}
+
 // Elements of zero from the lanes, in the first element of a call of 200.
 // x = y = 0 tests the zero signs; x = y = 1403580 2000 mod m1, above m1 / 2,
 // gives x - y = -m1 in the symmetric lanes, whose floor quotient must be

@@ -31,19 +31,28 @@
 // nearest in MXCSR (a zero difference is then +0, never -0 with its sign
 // bit set); a caller in another mode gets the sixteen-apart path below.
 //
-// Chain j starts from the state jumped ahead j L steps by the L-th power of
-// each companion matrix, from a table built at compile time; the 22 products
-// of a pass cost about 0.2 of the ~2.5 TSC ticks per element of a call of
-// 1000.  The history lives in a small row buffer (one load per operand is
-// cheaper than the register shuffling the compiler makes otherwise), and
-// each step's elements are formed two steps behind the recurrence so that
-// their work fills the latency of y(n) on y(n-1) (~16 cycles).  A step of
-// the six registers is ~23 vector operations per register plus loads and
-// stores, ~40 instructions; measured on the reference machine, 6 registers
-// beat 4 and equal 8, and chains run in scalar integer code beside the lanes
-// made the whole slower, so the front end rather than one execution port is
-// the limit.  Outputs are the same integers as the step-by-step recurrence,
-// so the scaling z s + a gives identical doubles and floats.
+// Chain j starts from the state jumped ahead j L steps.  The jumps are
+// latency-bound (~19 cycles of dependent multiplies and folds each, x and y
+// side by side in one register), so chain j starts from chain j - back with
+// the (back L)-th power of the companion matrices, back up to 6 as far as a
+// compile-time table of powers up to 512 reaches: at 1000 elements (L = 83)
+// that is two jumps deep instead of eleven, ~4% of a call of 1000 and ~10%
+// of a call of 200 (TSC minimum over many calls, same run).  The history
+// lives in a small row buffer (one load per operand is cheaper than the
+// register shuffling the compiler makes otherwise), and each step's elements
+// are formed two steps behind the recurrence so that their work fills the
+// latency of y(n) on y(n-1) (~16 cycles).  A step of the six registers is
+// ~23 vector operations per register plus loads and stores, ~40
+// instructions.  Measured and kept out: 8 or 16 chains (8 equal at 1000 and
+// 3% slower at 3000, 16 slower), a sign mask instead of the blend for y
+// (2-5% slower), chains of unequal length that leave no single steps (2%
+// slower at 1000: one more lane step costs what the few single steps did).
+// Removing all element work takes ~28% off the lane time and removing the y
+// recurrence ~27%: the lanes are bound by their ~23 vector operations per
+// register, not by one part.  Earlier: 6 registers beat 4, and chains run in
+// scalar integer code beside the lanes made the whole slower.  Outputs are
+// the same integers as the step-by-step recurrence, so the scaling z s + a
+// gives identical doubles and floats.
 // Output scale: 0x3DF000000D10000B = 2.328306549837829e-10, 1/m1 rounded.
 #include <smmintrin.h>
 
@@ -180,50 +189,66 @@ constexpr int32_t max_chain = 256;
 // elements they already beat the sixteen-apart path (~5.0 against ~5.5 TSC
 // ticks per element, ~2.5 against ~5.4 at 1000).
 constexpr int32_t lane_threshold = chains * min_chain;
-
-using matrix = std::array<std::array<uint32_t, 3>, 3>;
+// The jump table reaches 512 steps: chains of L up to 85 start six chains
+// back, longer ones fewer (down to two at 256).
+constexpr int32_t max_jump = 512;
+constexpr int max_back = 6;
 
 // The companion matrix maps (v(n-3), v(n-2), v(n-1)) to (v(n-2), v(n-1),
-// v(n)); its powers jump a state ahead.  power[L] = A^L mod m for L up to
-// max_chain, built by L - 1 multiplications by A at compile time.
-template <uint64_t modulus>
+// v(n)); its powers jump a state ahead.  power[L][i][k] holds entry (i, k)
+// of A^L mod m1 for x and of B^L mod m2 for y side by side, the layout of
+// the jump's 64-bit lanes; built by L - 1 multiplications at compile time.
 struct jump_table {
-    std::array<matrix, max_chain + 1> power{};
-    constexpr explicit jump_table(const std::array<uint32_t, 3>& last_row) {
-        matrix a{};
-        a[0] = {0, 1, 0};
-        a[1] = {0, 0, 1};
-        a[2] = last_row;
-        power[0] = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
-        for (int32_t l = 1; l <= max_chain; ++l)
+    using matrix = std::array<std::array<uint64_t, 3>, 3>;
+    std::array<std::array<std::array<std::array<uint32_t, 2>, 3>, 3>, max_jump + 1> power{};
+    static constexpr matrix times(const matrix& a, const matrix& b, uint64_t modulus) {
+        matrix c{};
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) {
+                unsigned __int128 s = 0;
+                for (int k = 0; k < 3; ++k) s += static_cast<unsigned __int128>(a[i][k]) * b[k][j];
+                c[i][j] = static_cast<uint64_t>(s % modulus);
+            }
+        return c;
+    }
+    constexpr jump_table() {
+        const matrix a = {{{0, 1, 0}, {0, 0, 1}, {m1 - bx, ax, 0}}};
+        const matrix b = {{{0, 1, 0}, {0, 0, 1}, {m2 - by, 0, ay}}};
+        matrix pa = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}, pb = pa;
+        for (int32_t l = 0; l <= max_jump; ++l) {
             for (int i = 0; i < 3; ++i)
-                for (int j = 0; j < 3; ++j) {
-                    unsigned __int128 s = 0;
-                    for (int k = 0; k < 3; ++k) s += static_cast<unsigned __int128>(a[i][k]) * power[l - 1][k][j];
-                    power[l][i][j] = static_cast<uint32_t>(s % modulus);
-                }
+                for (int k = 0; k < 3; ++k)
+                    power[l][i][k] = {static_cast<uint32_t>(pa[i][k]), static_cast<uint32_t>(pb[i][k])};
+            pa = times(a, pa, m1);
+            pb = times(b, pb, m2);
+        }
     }
 };
 
-constexpr jump_table<m1> jump_x({static_cast<uint32_t>(m1 - bx), static_cast<uint32_t>(ax), 0});
-constexpr jump_table<m2> jump_y({static_cast<uint32_t>(m2 - by), 0, static_cast<uint32_t>(ay)});
+constexpr jump_table jumps;
 
-// (M v) mod m for entries and values below m < 2^32.  The high halves of
-// the three products are summed and folded once by 2^32 = fold, the low
-// halves added (below 2^49 in all), folded again (below 2^33), and two
-// conditional subtractions finish.
-template <uint64_t modulus, uint64_t fold>
-inline void jump(const matrix& mat, const uint32_t* v, uint32_t* out) {
-    const uint64_t v0 = v[0], v1 = v[1], v2 = v[2];
+// (M v) mod m for x in the low 64-bit lane and y in the high one, entries
+// and values below m < 2^32.  Each 64-bit product folds once by 2^32 = fold
+// (below 2^46.5), three such sum below 2^48.1, a second fold leaves less than
+// 2^32 + 2^30.7 < 2 m, and one conditional subtraction finishes.
+inline void jump(const std::array<std::array<std::array<uint32_t, 2>, 3>, 3>& mat, const __m128i (&v)[3],
+                 __m128i (&out)[3]) {
+    const __m128i low = _mm_set1_epi64x(0xFFFFFFFF), fold = _mm_set_epi64x(22853, 209);
+    const __m128i m = _mm_set_epi64x(static_cast<int64_t>(m2), static_cast<int64_t>(m1));
+    const auto folded = [&](__m128i p) {
+        return _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(p, 32), fold), _mm_and_si128(p, low));
+    };
 #pragma GCC unroll 3
     for (int i = 0; i < 3; ++i) {
-        const uint64_t p0 = mat[i][0] * v0, p1 = mat[i][1] * v1, p2 = mat[i][2] * v2;
-        uint64_t t = ((p0 >> 32) + (p1 >> 32) + (p2 >> 32)) * fold + (p0 & 0xFFFFFFFFu) + (p1 & 0xFFFFFFFFu) +
-                     (p2 & 0xFFFFFFFFu);
-        t = (t >> 32) * fold + (t & 0xFFFFFFFFu);
-        t = t >= modulus ? t - modulus : t;
-        t = t >= modulus ? t - modulus : t;
-        out[i] = static_cast<uint32_t>(t);
+        __m128i t = _mm_setzero_si128();
+#pragma GCC unroll 3
+        for (int k = 0; k < 3; ++k) {
+            const __m128i e = _mm_cvtepu32_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(mat[i][k].data())));
+            t = _mm_add_epi64(t, folded(_mm_mul_epu32(e, v[k])));
+        }
+        const __m128i r = _mm_sub_epi64(folded(t), m);
+        const __m128i negative = _mm_shuffle_epi32(_mm_srai_epi32(r, 31), 0xF5);
+        out[i] = _mm_add_epi64(r, _mm_and_si128(negative, m));
     }
 }
 
@@ -304,11 +329,16 @@ constexpr int32_t pairs = chains / 2;
 constexpr int32_t span = 32;
 using history = __m128d[3 + span][pairs];
 
-// Step k of every chain: rows k - 3 to k - 1 to row k.  The row pointers
-// pass through an empty asm so that the compiler keeps the history in the
-// buffer, where one load per operand costs less than the register shuffling
-// it otherwise makes across iterations.
-inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants& c) {
+// Step k of every chain: rows k - 3 to k - 1 to row k, and, when a sink is
+// given, the elements of row k - lag stored in the same turn.  The row
+// pointers pass through an empty asm so that the compiler keeps the history
+// in the buffer, where one load per operand costs less than the register
+// shuffling it otherwise makes across iterations.
+struct no_lanes {};
+
+template <typename Lanes = no_lanes>
+inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants& c, const Lanes& out = {},
+                      int32_t lag = 0, int32_t first = 0, int32_t length = 0, int32_t i = 0) {
     __m128d(*x)[pairs] = hx + k;
     __m128d(*y)[pairs] = hy + k;
     asm("" : "+r"(x), "+r"(y));
@@ -316,6 +346,8 @@ inline void step_rows(history& hx, history& hy, int32_t k, const lane_constants&
     for (int p = 0; p < pairs; ++p) {
         x[0][p] = reduce_symmetric(_mm_sub_pd(_mm_mul_pd(c.ax, x[-2][p]), _mm_mul_pd(c.bx, x[-3][p])), c.inv1, c.m1);
         y[0][p] = reduce_symmetric(_mm_sub_pd(_mm_mul_pd(c.ay, y[-1][p]), _mm_mul_pd(c.by, y[-3][p])), c.inv2, c.m2);
+        if constexpr (!std::is_same_v<Lanes, no_lanes>)
+            out.store(first + 2 * p * length + i, first + (2 * p + 1) * length + i, element(x[-lag][p], y[-lag][p], c));
     }
 }
 
@@ -329,30 +361,33 @@ inline void emit_row(const history& hx, const history& hy, int32_t k, const lane
 }
 
 // One pass: chain j starts from start_x[j], start_y[j] and writes elements
-// first + j L to first + j L + L - 1.  Elements are emitted two steps behind
+// first + j L to first + j L + L - 1.  Elements are emitted three steps behind
 // the recurrence, so that each step's loads and long dependency chains
 // overlap with independent work.  The state afterwards is the last chain's
 // last three values.
 template <typename Sink>
-void run_chains(const uint32_t (&start_x)[chains][3], const uint32_t (&start_y)[chains][3], int32_t length,
-                int32_t first, const Sink& sink, mrg32k3a_state& s) {
-    constexpr int32_t lag = 2;
+void run_chains(const __m128i (&start)[chains][3], int32_t length, int32_t first, const Sink& sink,
+                mrg32k3a_state& s) {
+    constexpr int32_t lag = 3;
     const auto out = lanes_of(sink);
     const lane_constants c;
     alignas(16) history hx, hy;
+    // Values below 2^32 become doubles by the 2^52 trick; a pair of chains'
+    // (x, y) registers then regroups into an x pair and a y pair.
+    const __m128i exponent = _mm_set1_epi64x(0x4330000000000000);
+    const __m128d shift = _mm_set1_pd(4503599627370496.0);
+    const auto as_double = [&](__m128i v) { return _mm_sub_pd(_mm_castsi128_pd(_mm_or_si128(v, exponent)), shift); };
     for (int p = 0; p < pairs; ++p)
         for (int k = 0; k < 3; ++k) {
-            hx[k][p] = _mm_set_pd(start_x[2 * p + 1][k], start_x[2 * p][k]);
-            hy[k][p] = _mm_set_pd(start_y[2 * p + 1][k], start_y[2 * p][k]);
+            const __m128d even = as_double(start[2 * p][k]), odd = as_double(start[2 * p + 1][k]);
+            hx[k][p] = _mm_unpacklo_pd(even, odd);
+            hy[k][p] = _mm_unpackhi_pd(even, odd);
         }
     for (int32_t i = 0; i < length;) {
         const int32_t steps = std::min(span, length - i);
         int32_t k = 3;
         for (; k < 3 + std::min(lag, steps); ++k) step_rows(hx, hy, k, c);
-        for (; k < 3 + steps; ++k) {
-            step_rows(hx, hy, k, c);
-            emit_row(hx, hy, k - lag, c, out, first, length, i + k - 3 - lag);
-        }
+        for (; k < 3 + steps; ++k) step_rows(hx, hy, k, c, out, lag, first, length, i + k - 3 - lag);
         for (int32_t row = std::max(3, k - lag); row < k; ++row) emit_row(hx, hy, row, c, out, first, length, i + row - 3);
         for (int r = 0; r < 3; ++r)
             for (int p = 0; p < pairs; ++p) hx[r][p] = hx[steps + r][p], hy[r][p] = hy[steps + r][p];
@@ -379,15 +414,16 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
     if (n >= lane_threshold && rounding_is_nearest()) {
         while (n - i >= chains * min_chain) {
             const int32_t length = std::min((n - i) / chains, max_chain);
-            const matrix& jx = jump_x.power[length];
-            const matrix& jy = jump_y.power[length];
-            uint32_t start_x[chains][3], start_y[chains][3];
-            for (int k = 0; k < 3; ++k) start_x[0][k] = s.x[k], start_y[0][k] = s.y[k];
+            __m128i start[chains][3];
+            for (int k = 0; k < 3; ++k) start[0][k] = _mm_set_epi64x(s.y[k], s.x[k]);
+            // `back` independent sequences of jumps: chains 1 to back from the
+            // state, every later one from the chain `back` before it.
+            const int back = std::min(max_back, max_jump / length);
             for (int j = 1; j < chains; ++j) {
-                jump<m1, 209>(jx, start_x[j - 1], start_x[j]);
-                jump<m2, 22853>(jy, start_y[j - 1], start_y[j]);
+                const int from = std::max(0, j - back);
+                jump(jumps.power[(j - from) * length], start[from], start[j]);
             }
-            run_chains(start_x, start_y, length, i, out, s);
+            run_chains(start, length, i, out, s);
             i += chains * length;
         }
     } else if (n >= 16) {
