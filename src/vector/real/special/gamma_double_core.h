@@ -20,10 +20,11 @@
 // rounded: |Gamma(x)| = pi / (|x| |sin(pi x)| Gamma(-x)), with sin(pi x)
 // from the exactly reduced fraction r in [-1/2, 1/2] in double-double (sin
 // of pi |r| up to 1/4, cos of pi (1/2 - |r|) above).  The terms of the
-// reflection cancel near the zeros of log |Gamma| below -2; there the
-// error, some 2^-62 absolute, stays within an ulp of the result down to
-// |log |Gamma(x)|| of about 2^-8 (0.59 ulp measured at 2^-6.6, 1.1 ulp at
-// 2^-10).
+// reflection cancel near the zeros of log |Gamma| below -2, leaving an
+// absolute error of some 2^-62; where the result is below 2^-5 there,
+// log_gamma_near_zero takes over with the zero's local expansion
+// (gamma_zeros_table.h, from tools/gamma_series/gamma_zeros.cpp), which
+// keeps the relative accuracy down to the zero itself.
 #pragma once
 
 #include <cmath>
@@ -31,6 +32,7 @@
 
 #include "vector/real/special/exp_log_core.h"
 #include "vector/real/special/gamma_series_table.h"
+#include "vector/real/special/gamma_zeros_table.h"
 
 namespace qlm::special::gamma_d {
 
@@ -194,6 +196,30 @@ inline dd log_gamma_negative_dd(double x, bool* negative) {
     return dd_add(t, dd_neg(log_gamma_positive_dd(ax)));
 }
 
+// log |Gamma(x)| from the local expansion at the nearer zero of x's
+// interval (-n-1, -n), 2 <= n <= 17, when x lies within its radius:
+// t = x - x0 with x0 in three parts (x - x0.hi exact, x and x0 within a
+// factor 2), then t (c0 + t q(t)) with c0 as hi + lo and the product in
+// double-double, so that the result keeps its relative accuracy however
+// close x comes to the zero.  False outside the radii.
+inline bool log_gamma_near_zero(double x, dd* r) {
+    const double ax = -x;
+    const int n = static_cast<int>(ax);
+    if (n < kFirstZeroInterval || n > kLastZeroInterval) return false;
+    const gamma_zero* lower = &kGammaZeros[2 * (n - kFirstZeroInterval)];
+    const gamma_zero& z = x < 0.5 * (lower[0].x0[0] + lower[1].x0[0]) ? lower[0] : lower[1];
+    const double d = x - z.x0[0];
+    if (!(std::fabs(d) <= z.radius)) return false;
+    const dd t0 = two_sum(d, -z.x0[1]);
+    const dd t = fast_two_sum(t0.hi, t0.lo - z.x0[2]);
+    constexpr int kDeg = sizeof(z.c) / sizeof(double) - 1;
+    double q = z.c[kDeg];
+    for (int j = kDeg - 1; j >= 1; --j) q = q * t.hi + z.c[j];
+    const dd c = fast_two_sum(z.c[0], z.c0_lo + t.hi * q);
+    *r = dd_mul(t, c);
+    return true;
+}
+
 // log |Gamma(x)| for finite x other than 0 and the negative integers, and
 // the sign of Gamma(x).  Below 2^-60 in magnitude, log |Gamma(x)| =
 // -log |x| - g x to a relative 2^-110.
@@ -206,7 +232,12 @@ inline dd log_abs_gamma_dd(double x, bool* negative) {
         return fast_two_sum(-l.hi, -l.lo - kEuler * x);
     }
     if (x > 0) return log_gamma_positive_dd(x);
-    return log_gamma_negative_dd(x, negative);
+    const dd r = log_gamma_negative_dd(x, negative);
+    // The reflection's terms cancel near the zeros below -2: its absolute
+    // error, some 2^-62, is too much of a result below 2^-5 there.
+    dd near;
+    if (std::fabs(r.hi) < 0x1p-5 && log_gamma_near_zero(x, &near)) return near;
+    return r;
 }
 
 }  // namespace qlm::special::gamma_d
