@@ -57,6 +57,26 @@ inline __m128d polynomial_with_low(const double (&k)[N], __m128d t) {
     return _mm_add_pd(_mm_set1_pd(k[0]), _mm_add_pd(_mm_set1_pd(k[N - 1]), _mm_mul_pd(p, t)));
 }
 
+// The same two forms in two chains of t^2 (even and odd powers), for the
+// routines that want half the latency: the terms past the constant are
+// below a third of it on the fits' intervals, so the split costs no more
+// rounding than Horner's rule.
+template <bool WithLow, std::size_t N>
+inline __m128d polynomial_split(const double (&k)[N], __m128d t) {
+    constexpr int last = static_cast<int>(N) - 2;  // degree
+    const __m128d t2 = _mm_mul_pd(t, t);
+    // q(t) = k1 + k2 t + ... + k_last t^(last - 1) = e(t^2) + t o(t^2)
+    const int top_e = (last - 1) % 2 == 0 ? last : last - 1;  // highest k_j with j odd
+    __m128d e = _mm_set1_pd(k[top_e]);
+    for (int j = top_e - 2; j >= 1; j -= 2) e = _mm_add_pd(_mm_set1_pd(k[j]), _mm_mul_pd(e, t2));
+    const int top_o = top_e == last ? last - 1 : last;  // highest k_j with j even, j >= 2
+    __m128d o = _mm_set1_pd(k[top_o]);
+    for (int j = top_o - 2; j >= 2; j -= 2) o = _mm_add_pd(_mm_set1_pd(k[j]), _mm_mul_pd(o, t2));
+    const __m128d q = _mm_add_pd(e, _mm_mul_pd(t, o));
+    if constexpr (WithLow) return _mm_add_pd(_mm_set1_pd(k[0]), _mm_add_pd(_mm_set1_pd(k[N - 1]), _mm_mul_pd(q, t)));
+    else return _mm_add_pd(_mm_set1_pd(k[0]), _mm_mul_pd(q, t));
+}
+
 inline __m128d sign_mask() { return splat_bits(0x8000000000000000ull); }
 
 // A fit's coefficients, as given or times sqrt 2 (for CdfNormInv, so that
@@ -92,24 +112,36 @@ constexpr coefficients<N> fit_times(const double (&k)[N]) {
     return r;
 }
 
-// Double EP, single LA and EP: the coarse logarithm and fit set p.
-template <bool Sqrt2 = false>
+// Double EP, single LA and EP: the coarse logarithm and fit set p.  Split
+// selects the two-chain polynomials (the ErfcInv and CdfNormInv routines);
+// ErfInv keeps Horner's rule.
+template <bool Sqrt2 = false, bool Split = false>
 struct ep_plan {
     static constexpr auto kCentre = fit_times<Sqrt2>(erfinv_centre_p);
     static constexpr auto kOuter = fit_times<Sqrt2>(erfinv_outer_p);
     static __m128d w(__m128d v) { return _mm_xor_pd(qlm::vector::log_double::coarse<2, false>(v), sign_mask()); }
-    static __m128d centre(__m128d w) { return polynomial(kCentre.v, _mm_sub_pd(w, _mm_set1_pd(2.78125))); }
-    static __m128d outer(__m128d s) { return polynomial(kOuter.v, _mm_sub_pd(s, _mm_set1_pd(3.1875))); }
+    template <std::size_t N>
+    static __m128d poly(const double (&k)[N], __m128d t) {
+        if constexpr (Split) return polynomial_split<false>(k, t);
+        else return polynomial(k, t);
+    }
+    static __m128d centre(__m128d w) { return poly(kCentre.v, _mm_sub_pd(w, _mm_set1_pd(2.78125))); }
+    static __m128d outer(__m128d s) { return poly(kOuter.v, _mm_sub_pd(s, _mm_set1_pd(3.1875))); }
 };
 
 // Double LA: the fine logarithm of the Ln LA routine (about 1.5 ulp) and
 // fit set d, whose centre is split at w = 2.78: a pair on one side runs one
 // polynomial, a pair across the split both, blended.
-template <bool Sqrt2 = false>
+template <bool Sqrt2 = false, bool Split = false>
 struct la_plan {
     static constexpr auto kCentreLow = fit_times<Sqrt2>(erfinv_centre_low_d);
     static constexpr auto kCentreHigh = fit_times<Sqrt2>(erfinv_centre_high_d);
     static constexpr auto kOuter = fit_times<Sqrt2>(erfinv_outer_d);
+    template <std::size_t N>
+    static __m128d poly(const double (&k)[N], __m128d t) {
+        if constexpr (Split) return polynomial_split<true>(k, t);
+        else return polynomial_with_low(k, t);
+    }
     static __m128d w(__m128d v) {
         using namespace qlm::vector;
         return _mm_xor_pd(log_double::fine_sum(log_double::fine(v)), sign_mask());
@@ -117,13 +149,13 @@ struct la_plan {
     static __m128d centre(__m128d w) {
         const __m128d low_side = _mm_cmplt_pd(w, _mm_set1_pd(2.78));
         const int m = _mm_movemask_pd(low_side);
-        if (m == 3) return polynomial_with_low(kCentreLow.v, _mm_sub_pd(w, _mm_set1_pd(1.4)));
-        const __m128d high = polynomial_with_low(kCentreHigh.v, _mm_sub_pd(w, _mm_set1_pd(4.15625)));
+        if (m == 3) return poly(kCentreLow.v, _mm_sub_pd(w, _mm_set1_pd(1.4)));
+        const __m128d high = poly(kCentreHigh.v, _mm_sub_pd(w, _mm_set1_pd(4.15625)));
         if (m == 0) return high;
-        const __m128d low = polynomial_with_low(kCentreLow.v, _mm_sub_pd(w, _mm_set1_pd(1.4)));
+        const __m128d low = poly(kCentreLow.v, _mm_sub_pd(w, _mm_set1_pd(1.4)));
         return _mm_blendv_pd(high, low, low_side);
     }
-    static __m128d outer(__m128d s) { return polynomial_with_low(kOuter.v, _mm_sub_pd(s, _mm_set1_pd(3.05))); }
+    static __m128d outer(__m128d s) { return poly(kOuter.v, _mm_sub_pd(s, _mm_set1_pd(3.05))); }
 };
 
 // erfinv(x) of a pair from x and v = (1 - x)(1 + x).
@@ -149,14 +181,14 @@ inline __m128d erfinv_pair(__m128d x) {
 // ErfcInv(z) of a pair (Cdf false, Plan<false>) or CdfNormInv(p) with z =
 // 2p (Cdf true, Plan<true>: the fits carry the factor sqrt 2), for z in
 // [2^-23, 2 - 2^-23]; 2p is exact.
-template <template <bool> class Plan, bool Cdf>
+template <template <bool, bool> class Plan, bool Cdf>
 inline __m128d erfcinv_pair(__m128d a) {
     const __m128d one = _mm_set1_pd(1.0);
     const __m128d z = Cdf ? _mm_add_pd(a, a) : a;
     const __m128d v = _mm_mul_pd(z, _mm_sub_pd(_mm_set1_pd(2.0), z));
     // sqrt 2 erfinv(z - 1) for CdfNormInv: z - 1 rather than -(1 - z), so
     // that p = 1/2 gives +0.
-    return erfinv_from<Plan<Cdf>>(Cdf ? _mm_sub_pd(z, one) : _mm_sub_pd(one, z), v);
+    return erfinv_from<Plan<Cdf, true>>(Cdf ? _mm_sub_pd(z, one) : _mm_sub_pd(one, z), v);
 }
 
 }  // namespace qlm::special::erfinv_lanes

@@ -33,7 +33,7 @@ struct quantile_screen {
     static constexpr uint32_t kSingleWidth = (Cdf ? 0x3F800000u : 0x40000000u) - kSingleLow;
 };
 
-template <template <bool> class Plan, bool Cdf, class Scalar>
+template <template <bool, bool> class Plan, bool Cdf, class Scalar>
 struct double_quantile {
     using S = quantile_screen<Cdf>;
     static bool screen(__m128d x0, __m128d x1) {
@@ -79,7 +79,7 @@ struct single_quantile {
     }
 };
 
-template <template <bool> class Plan, bool Cdf, class Scalar>
+template <template <bool, bool> class Plan, bool Cdf, class Scalar>
 void run_double_quantile(int32_t n, const double* a, double* y) {
     if (n > 0)
         qlm::vector::run_double_groups<qlm::vector::saved_value_kernel<double_quantile<Plan, Cdf, Scalar>>>(n, a, y);
