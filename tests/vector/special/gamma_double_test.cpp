@@ -71,7 +71,17 @@ TEST(GammaDouble, WithinTheHighAccuracyClass) {
     const auto very_near = concat<double>({exponent_samples<double>(-50, -10, 200, 83), exponent_samples<double>(-50, -10, 200, 84)});
     std::vector<double> at_zeros;  // 1 + d and 2 + d for tiny d of either sign
     for (std::size_t i = 0; i < very_near.size(); ++i) at_zeros.push_back((i < 200 ? 1.0 : 2.0) + very_near[i]);
-    const auto negative = concat<double>({negative_inputs(-60, 3000, 85), near_negative_zeros(93)});
+    // The half-integers and the neighbours of the region limits 1/2 and
+    // 11.5 of the reflection's shared logarithm.
+    std::vector<double> region_limits;
+    for (double h = -0.5; h > -21; h -= 1.0) region_limits.push_back(h);
+    for (double b : {-0.5, -11.5})
+        for (double x = b, k = 0; k < 3; ++k) {
+            x = std::nextafter(x, 0.0);
+            region_limits.push_back(x);
+            region_limits.push_back(2 * b - x);
+        }
+    const auto negative = concat<double>({negative_inputs(-60, 3000, 85), near_negative_zeros(93), region_limits});
 
     const auto lg = concat<double>({uniform_samples<double>(0, 30, 3000, 86), near_one, near_two, at_zeros,
                                     exponent_samples<double>(-1074, 1017, 1500, 87, false), negative,

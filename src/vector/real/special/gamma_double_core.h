@@ -170,7 +170,7 @@ inline dd sin_pi_dd(double x) {
 // log |Gamma(x)| for negative non-integer x above -2^52, and the sign of
 // Gamma(x) in *negative.  |x| at least 2^-60, so that |x sin(pi x)| stays
 // normal.
-// For 1/2 <= |x| < 11.5 one logarithm serves both terms: with -x = m + z,
+// For 1/2 < |x| < 11.5 one logarithm serves both terms: with -x = m + z,
 // log Gamma(-x) = log Gamma(2 + z) + log(shift_product) (m >= 3), + 0 (m =
 // 2), - log(-x) (m = 1), so that log |x sin(pi x)| + log Gamma(-x) is
 // log Gamma(2 + z) + log(|x sin(pi x)| shift_product), and |sin(pi x)|
@@ -180,7 +180,7 @@ inline dd log_gamma_negative_dd(double x, bool* negative) {
     const dd s = sin_pi_dd(x);
     *negative = s.hi < 0;
     const dd as = s.hi < 0 ? dd_neg(s) : s;
-    if (ax >= 0.5 && ax < 11.5) {
+    if (ax > 0.5 && ax < 11.5) {  // m >= 1: 0.5 itself rounds to the even 0
         const double m = __builtin_nearbyint(ax);
         const dd g = log_gamma_two_plus(ax - m);
         dd p = as;
