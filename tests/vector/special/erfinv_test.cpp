@@ -96,18 +96,35 @@ std::vector<T> erfinv_inputs(uint32_t seed) {
                       near_one_samples<T>(seed + 3)});
 }
 
+// Arguments within a few percent of the lane routines' limits: the centre
+// limit and the screen limits, at the lower end and mirrored at the upper
+// end (Upper - g).
+template <typename T>
+std::vector<T> near_limits(double upper, std::initializer_list<double> gaps, uint32_t seed) {
+    std::vector<T> v;
+    std::mt19937_64 gen(seed);
+    for (double gap : gaps)
+        for (int i = 0; i < 40; ++i) {
+            const double g = gap * std::exp2(std::uniform_real_distribution<double>(-0.1, 0.1)(gen));
+            v.push_back(static_cast<T>(i % 2 ? g : upper - g));
+        }
+    return v;
+}
+
 template <typename T>
 std::vector<T> erfcinv_inputs(uint32_t seed) {
     auto upper = exponent_samples<T>(min_exp<T>, -1, 300, seed, false);
     for (T& x : upper) x = T(2) - x;
-    return concat<T>({uniform_samples<T>(0, 2, 600, seed + 1), exponent_samples<T>(min_exp<T>, 0, 400, seed + 2, false), upper});
+    return concat<T>({uniform_samples<T>(0, 2, 600, seed + 1), exponent_samples<T>(min_exp<T>, 0, 400, seed + 2, false), upper,
+                      near_limits<T>(2, {0x1p-9, 0x1p-20, 0x1p-23}, seed + 3)});
 }
 
 template <typename T>
 std::vector<T> cdfnorminv_inputs(uint32_t seed) {
     auto upper = exponent_samples<T>(sizeof(T) == 8 ? -53 : -24, -1, 300, seed, false);
     for (T& x : upper) x = T(1) - x;
-    return concat<T>({uniform_samples<T>(0, 1, 600, seed + 1), exponent_samples<T>(min_exp<T>, -1, 450, seed + 2, false), upper});
+    return concat<T>({uniform_samples<T>(0, 1, 600, seed + 1), exponent_samples<T>(min_exp<T>, -1, 450, seed + 2, false), upper,
+                      near_limits<T>(1, {0x1p-10, 0x1p-21, 0x1p-24}, seed + 3)});
 }
 
 TEST(InverseErrorFunctions, EverySlotWithinItsClass) {
@@ -164,53 +181,96 @@ TEST(InverseErrorFunctions, PolesDomainAndDeepTail) {
     }
 }
 
-// The group loops of the LA and EP routines: a NaN, a pole or an argument
-// outside the domain in one lane leaves the other lanes with the values a
-// clean group gives them; the ragged end is served element by element.
+// The group loops of the LA and EP routines: a NaN, a pole, an argument
+// outside the domain or a deep-tail argument (the accurate scalar path) in
+// one lane leaves the other lanes with the values a clean group gives them;
+// the ragged end is served element by element.
 template <typename T>
-void expect_lanes_independent(unary_fn<T> const* table, const char* function) {
-    const std::vector<T> clean = {T(0.3), T(-0.999), T(-0.0), T(0.9990234), T(1e-30), T(-0.5), T(0.75), T(-0.99999)};
+struct odd_lane {
+    T x;
+    T want;  // NaN: a NaN result; ignored when lone
+    int32_t status;
+    bool lone = false;  // the result the same slot gives the input alone
+};
+
+template <typename T>
+void expect_lanes_independent(unary_fn<T> const* table, const char* function, const std::vector<T>& clean,
+                              const std::vector<odd_lane<T>>& odd, const odd_lane<T>& ninth) {
     for (int slot = 0; slot < 3; ++slot) {
         const auto want = run<T>(table[slot], clean);
-        EXPECT_TRUE(want[2] == 0 && std::signbit(want[2])) << function << " " << slot_name(slot);
         for (std::size_t lane = 0; lane < clean.size(); ++lane)
-            for (T bad : {T(NAN), T(1), T(-1), T(1.5)}) {
+            for (const odd_lane<T>& bad : odd) {
                 auto x = clean;
-                x[lane] = bad;
+                x[lane] = bad.x;
                 int32_t status;
                 const auto y = run<T>(table[slot], x, &status);
                 for (std::size_t k = 0; k < x.size(); ++k) {
                     if (k == lane) continue;
-                    EXPECT_EQ(y[k], want[k]) << function << " " << slot_name(slot) << " lane " << k << " beside " << bad;
+                    EXPECT_EQ(y[k], want[k]) << function << " " << slot_name(slot) << " lane " << k << " beside " << bad.x;
                 }
-                if (std::isnan(bad)) {
-                    EXPECT_TRUE(std::isnan(y[lane]));
-                    EXPECT_EQ(status, 0);
-                } else if (std::fabs(bad) == 1) {
-                    EXPECT_EQ(y[lane], bad * T(INFINITY));
-                    EXPECT_EQ(status, VXM_STATUS_SING);
-                } else {
-                    EXPECT_TRUE(std::isnan(y[lane]));
-                    EXPECT_EQ(status, VXM_STATUS_ERRDOM);
-                }
+                const T expected = bad.lone ? run<T>(table[slot], {bad.x})[0] : bad.want;
+                if (std::isnan(expected)) EXPECT_TRUE(std::isnan(y[lane])) << function << " " << bad.x;
+                else EXPECT_EQ(y[lane], expected) << function << " " << slot_name(slot) << " " << bad.x;
+                EXPECT_EQ(status, bad.status) << function << " " << slot_name(slot) << " " << bad.x;
             }
-        for (int n : {1, 3, 5, 7, 9}) {
+        for (int n = 1; n <= 9; ++n) {
             std::vector<T> x(clean.begin(), clean.begin() + std::min<std::size_t>(n, clean.size()));
-            if (n == 9) x.push_back(T(-1));
+            if (n == 9) x.push_back(ninth.x);
             int32_t status;
             const auto y = run<T>(table[slot], x, &status);
             for (int k = 0; k < std::min(n, 8); ++k) EXPECT_EQ(y[k], want[k]) << function << " n=" << n << " element " << k;
-            EXPECT_EQ(status, n == 9 ? VXM_STATUS_SING : 0) << function << " n=" << n;
-            if (n == 9) {
-                EXPECT_EQ(y[8], -T(INFINITY));
-            }
+            EXPECT_EQ(status, n == 9 ? ninth.status : 0) << function << " n=" << n;
+            if (n == 9) EXPECT_EQ(y[8], ninth.want) << function;
         }
     }
 }
 
+template <typename T>
+void expect_erfinv_lanes(unary_fn<T> const* table, const char* function) {
+    const std::vector<T> clean = {T(0.3), T(-0.999), T(-0.0), T(0.9990234), T(1e-30), T(-0.5), T(0.75), T(-0.99999)};
+    for (int slot = 0; slot < 3; ++slot) {
+        const T y = run<T>(table[slot], clean)[2];
+        EXPECT_TRUE(y == 0 && std::signbit(y)) << function << " " << slot_name(slot);
+    }
+    const T inf = T(INFINITY), nan = T(NAN);
+    expect_lanes_independent<T>(table, function, clean,
+                                {{nan, nan, 0}, {T(1), inf, VXM_STATUS_SING}, {T(-1), -inf, VXM_STATUS_SING},
+                                 {T(1.5), nan, VXM_STATUS_ERRDOM}},
+                                {T(-1), -inf, VXM_STATUS_SING});
+}
+
 TEST(InverseErrorFunctions, ErfInvLanesAndRaggedEnd) {
-    expect_lanes_independent<double>(qlm_vxm_kernel_dErfInv_ttab, "dErfInv");
-    expect_lanes_independent<float>(qlm_vxm_kernel_sErfInv_ttab, "sErfInv");
+    expect_erfinv_lanes<double>(qlm_vxm_kernel_dErfInv_ttab, "dErfInv");
+    expect_erfinv_lanes<float>(qlm_vxm_kernel_sErfInv_ttab, "sErfInv");
+}
+
+// ErfcInv and CdfNormInv: the lanes' screen sends the deep tails (below
+// 2^-20 in double, 2^-23 in single, and their mirror images) to the Halley
+// path; the clean groups straddle the centre limit (z = 2^-9) and come
+// close to the screen limits.
+TEST(InverseErrorFunctions, ErfcInvAndCdfNormInvLanesAndRaggedEnd) {
+    const double inf = INFINITY, nan = NAN;
+    expect_lanes_independent<double>(
+        qlm_vxm_kernel_dErfcInv_ttab, "dErfcInv", {0.3, 1.999, 1.0, 0x1p-9, 1.1 * 0x1p-20, 1.5, 0.75, 2 - 0x1p-19},
+        {{nan, nan, 0}, {0.0, inf, VXM_STATUS_SING}, {2.0, -inf, VXM_STATUS_SING}, {-0.5, nan, VXM_STATUS_ERRDOM},
+         {1e-200, 0, 0, true}, {0x1p-21, 0, 0, true}, {2 - 0x1p-21, 0, 0, true}},
+        {2.0, -inf, VXM_STATUS_SING});
+    expect_lanes_independent<double>(
+        qlm_vxm_kernel_dCdfNormInv_ttab, "dCdfNormInv", {0.3, 0.9995, 0.5, 0x1p-10, 1.1 * 0x1p-21, 0.25, 0.75, 1 - 0x1p-20},
+        {{nan, nan, 0}, {0.0, -inf, VXM_STATUS_SING}, {1.0, inf, VXM_STATUS_SING}, {-0.5, nan, VXM_STATUS_ERRDOM},
+         {1e-300, 0, 0, true}, {0x1p-22, 0, 0, true}, {1 - 0x1p-22, 0, 0, true}},
+        {0.0, -inf, VXM_STATUS_SING});
+    const float inff = INFINITY, nanf = NAN;
+    expect_lanes_independent<float>(
+        qlm_vxm_kernel_sErfcInv_ttab, "sErfcInv", {0.3f, 1.999f, 1.0f, 0x1p-9f, 0x1p-23f, 1.5f, 0.75f, 2 - 0x1p-22f},
+        {{nanf, nanf, 0}, {0.0f, inff, VXM_STATUS_SING}, {2.0f, -inff, VXM_STATUS_SING}, {2.5f, nanf, VXM_STATUS_ERRDOM},
+         {1e-30f, 0, 0, true}, {0x1p-24f, 0, 0, true}},
+        {2.0f, -inff, VXM_STATUS_SING});
+    expect_lanes_independent<float>(
+        qlm_vxm_kernel_sCdfNormInv_ttab, "sCdfNormInv", {0.3f, 0.9995f, 0.5f, 0x1p-10f, 0x1p-24f, 0.25f, 0.75f, 1 - 0x1p-24f},
+        {{nanf, nanf, 0}, {0.0f, -inff, VXM_STATUS_SING}, {1.0f, inff, VXM_STATUS_SING}, {-0.5f, nanf, VXM_STATUS_ERRDOM},
+         {1e-30f, 0, 0, true}, {0x1p-25f, 0, 0, true}},
+        {0.0f, -inff, VXM_STATUS_SING});
 }
 
 // The status names the element: a pole at index 6 of a group is reported

@@ -25,23 +25,44 @@ std::vector<double> negative_inputs(double lo, std::size_t n, uint32_t seed) {
     return v;
 }
 
-// log |Gamma| crosses zero between -2 and -3, -3 and -4, ...; there the
-// reflection's terms cancel, so the accuracy claim leaves out the inputs
-// whose |log |Gamma(x)|| is below 2^-6 (checked against MPFR) below -2.
-std::vector<double> away_from_negative_zeros(std::vector<double> v) {
-    std::vector<double> kept;
+// log |Gamma| crosses zero twice on each (-n-1, -n), n >= 2, where the
+// reflection's terms cancel: points around each zero for n = 2..17 (found
+// by bisection on MPFR's lgamma), from the nearest doubles out to 2^-4 of
+// the zero, where the routine hands over between its two methods.
+std::vector<double> near_negative_zeros(uint32_t seed) {
+    std::vector<double> v;
+    std::mt19937_64 gen(seed);
     mpfr_t in, out;
     mpfr_init2(in, 64);
     mpfr_init2(out, 64);
-    for (double x : v) {
+    auto lg = [&](double x) {
         int sign;
         mpfr_set_d(in, x, MPFR_RNDN);
         mpfr_lgamma(out, &sign, in, MPFR_RNDN);
-        if (x > -2 || std::fabs(mpfr_get_d(out, MPFR_RNDN)) >= 0x1p-6) kept.push_back(x);
+        return mpfr_get_d(out, MPFR_RNDN);
+    };
+    for (int n = 2; n <= 17; ++n) {
+        double low = 0, low_x = -n - 0.5;
+        for (int i = 1; i < 200; ++i)
+            if (lg(-n - 1 + i / 200.0) < low) low = lg(low_x = -n - 1 + i / 200.0);
+        for (double end : {double(-n - 1), double(-n)}) {
+            double a = std::nextafter(end, low_x), b = low_x;  // lg(a) > 0 > lg(b)
+            while (std::nextafter(a, b) != b) {
+                const double m = 0.5 * (a + b);
+                if (m == a || m == b) break;
+                (lg(m) > 0 ? a : b) = m;
+            }
+            for (int k = -4; k <= 4; ++k) v.push_back(k < 0 ? a - k * (a - std::nextafter(a, end)) : b + k * (b - std::nextafter(b, end)));
+            for (int i = 0; i < 60; ++i) {
+                const double d = std::exp2(std::uniform_real_distribution<double>(-45, -4)(gen)) * (i % 2 ? 1 : -1);
+                const double x = a + d / (1 + std::fabs(n / (a - end)));  // |log |Gamma|| ~ |d|
+                if (x > -n - 1 && x < -n) v.push_back(x);
+            }
+        }
     }
     mpfr_clear(in);
     mpfr_clear(out);
-    return kept;
+    return v;
 }
 
 TEST(GammaDouble, WithinTheHighAccuracyClass) {
@@ -50,18 +71,28 @@ TEST(GammaDouble, WithinTheHighAccuracyClass) {
     const auto very_near = concat<double>({exponent_samples<double>(-50, -10, 200, 83), exponent_samples<double>(-50, -10, 200, 84)});
     std::vector<double> at_zeros;  // 1 + d and 2 + d for tiny d of either sign
     for (std::size_t i = 0; i < very_near.size(); ++i) at_zeros.push_back((i < 200 ? 1.0 : 2.0) + very_near[i]);
-    const auto negative = away_from_negative_zeros(negative_inputs(-60, 3000, 85));
+    // The half-integers and the neighbours of the region limits 1/2 and
+    // 11.5 of the reflection's shared logarithm.
+    std::vector<double> region_limits;
+    for (double h = -0.5; h > -21; h -= 1.0) region_limits.push_back(h);
+    for (double b : {-0.5, -11.5})
+        for (double x = b, k = 0; k < 3; ++k) {
+            x = std::nextafter(x, 0.0);
+            region_limits.push_back(x);
+            region_limits.push_back(2 * b - x);
+        }
+    const auto negative = concat<double>({negative_inputs(-60, 3000, 85), near_negative_zeros(93), region_limits});
 
     const auto lg = concat<double>({uniform_samples<double>(0, 30, 3000, 86), near_one, near_two, at_zeros,
                                     exponent_samples<double>(-1074, 1017, 1500, 87, false), negative,
                                     exponent_samples<double>(5, 52, 400, 88, false)});
     std::vector<double> lg_neg_large = uniform_samples<double>(-1e6, -60, 300, 89);
     expect_unary_classes<double>("dLGamma", qlm_vxm_kernel_dLGamma_ttab,
-                                 concat<double>({lg, away_from_negative_zeros(lg_neg_large)}), mpfr_log_abs_gamma);
+                                 concat<double>({lg, lg_neg_large}), mpfr_log_abs_gamma);
 
     const auto tg = concat<double>({uniform_samples<double>(0, 171.7, 3000, 90), near_one, near_two, at_zeros,
                                     exponent_samples<double>(-1074, 7.4, 1500, 91, false), negative,
-                                    away_from_negative_zeros(negative_inputs(-185, 1500, 92))});
+                                    negative_inputs(-185, 1500, 92)});
     expect_unary_classes<double>("dTGamma", qlm_vxm_kernel_dTGamma_ttab, tg, mpfr_gamma);
 }
 

@@ -20,16 +20,19 @@
 // rounded: |Gamma(x)| = pi / (|x| |sin(pi x)| Gamma(-x)), with sin(pi x)
 // from the exactly reduced fraction r in [-1/2, 1/2] in double-double (sin
 // of pi |r| up to 1/4, cos of pi (1/2 - |r|) above).  The terms of the
-// reflection cancel near the zeros of log |Gamma| below -2; there the
-// error, some 2^-62 absolute, stays within an ulp of the result down to
-// |log |Gamma(x)|| of about 2^-8 (0.59 ulp measured at 2^-6.6, 1.1 ulp at
-// 2^-10).
+// reflection cancel near the zeros of log |Gamma| below -2, leaving an
+// absolute error of some 2^-62; where the result is below 2^-5 there,
+// log_gamma_near_zero takes over with the zero's local expansion
+// (gamma_zeros_table.h, from tools/gamma_series/gamma_zeros.cpp), which
+// keeps the relative accuracy down to the zero itself.
 #pragma once
 
 #include <cmath>
+#include <cstdint>
 
 #include "vector/real/special/exp_log_core.h"
 #include "vector/real/special/gamma_series_table.h"
+#include "vector/real/special/gamma_zeros_table.h"
 
 namespace qlm::special::gamma_d {
 
@@ -43,14 +46,47 @@ inline constexpr dd kMinusOneOver720 = {-0x1.6c16c16c16c17p-10, 0x1.f49f49f49f49
 
 inline dd dd_neg(dd a) { return {-a.hi, -a.lo}; }
 
+// sum_{i<31} kTail[i] z^i, as four interleaved chains in z^4 (terms i = k
+// mod 4 in chain k), so that the latency is that of eight steps rather than
+// thirty-one; the chains' sum is dominated by the first, whose rounding
+// errors are those of plain Horner.
+inline double tail_series(double z) {
+    const double z2 = z * z, z4 = z2 * z2;
+    double c[4];
+    for (int k = 0; k < 4; ++k) {
+        int i = k + 28 <= 30 ? k + 28 : k + 24;
+        double s = kTail[i];
+        for (i -= 4; i >= 0; i -= 4) s = s * z4 + kTail[i];
+        c[k] = s;
+    }
+    return (c[0] + z * c[1]) + z2 * (c[2] + z * c[3]);
+}
+
 // log Gamma(2 + z) for |z| <= 1/2.
 inline dd log_gamma_two_plus(double z) {
-    double s = kTail[30];
-    for (int i = 29; i >= 0; --i) s = s * z + kTail[i];
+    const double s = tail_series(z);
     dd acc = dd_add(kC3, two_prod(s, z));
     acc = dd_add(kC2, dd_mul_d(acc, z));
     acc = dd_add(kC1, dd_mul_d(acc, z));
     return dd_mul_d(acc, z);
+}
+
+// (x - 1)(x - 2)...(x - m + 2) for m >= 3, |x - m| <= 1/2, as a
+// double-double: the factors (each exact) multiplied in exact pairs, and
+// the pairs chained, so that the chain is half as long as one factor at a
+// time.
+inline dd shift_product(double x, double m) {
+    dd p;
+    double j;
+    if (static_cast<int>(m) % 2 == 0) {  // m - 2 factors, an even count
+        p = two_prod(x - 1.0, x - 2.0);
+        j = 3.0;
+    } else {
+        p = {x - 1.0, 0.0};
+        j = 2.0;
+    }
+    for (; j < m - 2.0; j += 2.0) p = dd_mul(p, two_prod(x - j, x - (j + 1.0)));
+    return p;
 }
 
 // log Gamma(x) for finite x > 0 (hi overflows to infinity from 2.55e305).
@@ -62,22 +98,17 @@ inline dd log_gamma_positive_dd(double x) {
         if (m == 2.0) return g;
         if (m == 1.0) return dd_add(g, dd_neg(log_dd(x)));
         if (m == 0.0) return dd_add(g, dd_neg(log_dd(dd_add(two_prod(x, x), dd{x, 0.0}))));
-        dd p = {x - 1.0, 0.0};
-        for (double j = 2.0; j <= m - 2.0; j += 1.0) p = dd_mul_d(p, x - j);
-        return dd_add(g, log_dd(p));
+        return dd_add(g, log_dd(shift_product(x, m)));
     }
     const dd l = log_dd(x);
     if (x < 0x1p60) {
-        const double z = 1.0 / x, z2 = z * z;
-        // B_2k / (2k (2k - 1)) x^(1 - 2k), k = 1..9
-        const double series =
-            z * (1.0 / 12 +
-                 z2 * (-1.0 / 360 +
-                       z2 * (1.0 / 1260 +
-                             z2 * (-1.0 / 1680 +
-                                   z2 * (1.0 / 1188 +
-                                         z2 * (-691.0 / 360360 +
-                                               z2 * (1.0 / 156 + z2 * (-3617.0 / 122400 + z2 * (43867.0 / 244188)))))))));
+        const double z = 1.0 / x, z2 = z * z, z4 = z2 * z2;
+        // B_2k / (2k (2k - 1)) x^(1 - 2k), k = 1..9, in two chains of z^4
+        // (odd and even k), so that the latency is that of four steps; the
+        // first chain carries the sum, the second is below 2^-7 of it.
+        const double odd_k = 1.0 / 12 + z4 * (1.0 / 1260 + z4 * (1.0 / 1188 + z4 * (1.0 / 156 + z4 * (43867.0 / 244188))));
+        const double even_k = -1.0 / 360 + z4 * (-1.0 / 1680 + z4 * (-691.0 / 360360 + z4 * (-3617.0 / 122400)));
+        const double series = z * (odd_k + z2 * even_k);
         dd t = dd_mul(l, two_sum(x, -0.5));
         t = dd_add(t, dd{-x, 0.0});
         t = dd_add(t, kHalfLog2Pi);
@@ -132,20 +163,58 @@ inline dd sin_pi_dd(double x) {
         const dd c = dd_add(kTwentyFourth, dd_mul(yy, dd_add(kMinusOneOver720, dd{p * y2, 0.0})));
         v = dd_add(dd{1.0, 0.0}, dd_add(dd{-0.5 * yy.hi, -0.5 * yy.lo}, dd_mul(dd_mul(yy, yy), c)));
     }
-    const bool odd = std::fmod(n, 2.0) != 0;
+    const bool odd = (static_cast<int64_t>(n) & 1) != 0;  // n is an integer below 2^52
     return (r < 0) != odd ? dd_neg(v) : v;
 }
 
 // log |Gamma(x)| for negative non-integer x above -2^52, and the sign of
 // Gamma(x) in *negative.  |x| at least 2^-60, so that |x sin(pi x)| stays
 // normal.
+// For 1/2 < |x| < 11.5 one logarithm serves both terms: with -x = m + z,
+// log Gamma(-x) = log Gamma(2 + z) + log(shift_product) (m >= 3), + 0 (m =
+// 2), - log(-x) (m = 1), so that log |x sin(pi x)| + log Gamma(-x) is
+// log Gamma(2 + z) + log(|x sin(pi x)| shift_product), and |sin(pi x)|
+// alone for m = 1.
 inline dd log_gamma_negative_dd(double x, bool* negative) {
     const double ax = -x;
     const dd s = sin_pi_dd(x);
     *negative = s.hi < 0;
-    const dd p = dd_mul_d(s.hi < 0 ? dd_neg(s) : s, ax);
+    const dd as = s.hi < 0 ? dd_neg(s) : s;
+    if (ax > 0.5 && ax < 11.5) {  // m >= 1: 0.5 itself rounds to the even 0
+        const double m = __builtin_nearbyint(ax);
+        const dd g = log_gamma_two_plus(ax - m);
+        dd p = as;
+        if (m >= 2.0) p = dd_mul_d(p, ax);
+        if (m >= 3.0) p = dd_mul(p, shift_product(ax, m));
+        return dd_add(dd_add(kLogPi, dd_neg(g)), dd_neg(log_dd(p)));
+    }
+    const dd p = dd_mul_d(as, ax);
     const dd t = dd_add(kLogPi, dd_neg(log_dd(p)));
     return dd_add(t, dd_neg(log_gamma_positive_dd(ax)));
+}
+
+// log |Gamma(x)| from the local expansion at the nearer zero of x's
+// interval (-n-1, -n), 2 <= n <= 17, when x lies within its radius:
+// t = x - x0 with x0 in three parts (x - x0.hi exact, x and x0 within a
+// factor 2), then t (c0 + t q(t)) with c0 as hi + lo and the product in
+// double-double, so that the result keeps its relative accuracy however
+// close x comes to the zero.  False outside the radii.
+inline bool log_gamma_near_zero(double x, dd* r) {
+    const double ax = -x;
+    const int n = static_cast<int>(ax);
+    if (n < kFirstZeroInterval || n > kLastZeroInterval) return false;
+    const gamma_zero* lower = &kGammaZeros[2 * (n - kFirstZeroInterval)];
+    const gamma_zero& z = x < 0.5 * (lower[0].x0[0] + lower[1].x0[0]) ? lower[0] : lower[1];
+    const double d = x - z.x0[0];
+    if (!(std::fabs(d) <= z.radius)) return false;
+    const dd t0 = two_sum(d, -z.x0[1]);
+    const dd t = fast_two_sum(t0.hi, t0.lo - z.x0[2]);
+    constexpr int kDeg = sizeof(z.c) / sizeof(double) - 1;
+    double q = z.c[kDeg];
+    for (int j = kDeg - 1; j >= 1; --j) q = q * t.hi + z.c[j];
+    const dd c = fast_two_sum(z.c[0], z.c0_lo + t.hi * q);
+    *r = dd_mul(t, c);
+    return true;
 }
 
 // log |Gamma(x)| for finite x other than 0 and the negative integers, and
@@ -160,7 +229,12 @@ inline dd log_abs_gamma_dd(double x, bool* negative) {
         return fast_two_sum(-l.hi, -l.lo - kEuler * x);
     }
     if (x > 0) return log_gamma_positive_dd(x);
-    return log_gamma_negative_dd(x, negative);
+    const dd r = log_gamma_negative_dd(x, negative);
+    // The reflection's terms cancel near the zeros below -2: its absolute
+    // error, some 2^-62, is too much of a result below 2^-5 there.
+    dd near;
+    if (std::fabs(r.hi) < 0x1p-5 && log_gamma_near_zero(x, &near)) return near;
+    return r;
 }
 
 }  // namespace qlm::special::gamma_d
