@@ -50,15 +50,18 @@ constexpr char kS[] = "vsCdfNorm";
 namespace ev = qlm::special::erf_vector;
 template <class S, class F, bool Extra>
 using cdf_d = ev::double_plan<0x4042C000u, ev::cdfnorm_value<S>, cdfnorm_plan<double, F, Extra, kD>>;  // 37.5
+// Single: the pairs are trusted below 37.5, where the double result is
+// still normal; groups of x <= -15 (0xC1700000 up to -infinity) are zero.
 template <class S, class F>
-using cdf_s = ev::single_plan<0x41480000u, ev::cdfnorm_value<S>, cdfnorm_plan<float, F, false, kS>>;  // 12.5
+using cdf_s = ev::single_tail_plan<0x41480000u, 0x42160000u, 0xC1700000u, 0xFF800000u - 0xC1700000u,
+                                   ev::cdfnorm_value<S>, cdfnorm_plan<float, F, false, kS>>;  // 12.5, 37.5, -15
 
 }  // namespace
 
 QLM_ERF_DOUBLE_KERNEL(qlmk_dCdfNorm_HA, cdf_d<ev::set_ha, erf_fits_d, true>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dCdfNorm_LA, cdf_d<ev::set_la, erf_fits_d, false>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dCdfNorm_EP, cdf_d<ev::set_sp, erf_fits_f, false>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sCdfNorm_HA, cdf_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sCdfNorm_LA, cdf_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sCdfNorm_EP, cdf_s<ev::set_ep, erf_fits_e>)
+QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sCdfNorm_HA, cdf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sCdfNorm_LA, cdf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sCdfNorm_EP, cdf_s<ev::set_ep, erf_fits_e>)
 

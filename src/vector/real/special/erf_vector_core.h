@@ -360,8 +360,14 @@ struct single_plan {
         const __m128d hi = Value::pair(_mm_cvtps_pd(_mm_movehl_ps(x, x)));
         return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi));
     }
+    // All ones in the lanes whose |x| passes.
+    static __m128 screen_lanes(__m128 x) {
+        const __m128i m = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
+        return _mm_castsi128_ps(_mm_cmplt_epi32(m, _mm_set1_epi32(static_cast<int32_t>(Limit))));
+    }
     static bool lane_ok(float x) { return screen(_mm_set1_ps(x)); }
     static void reject(int32_t i, const float* a, float* y) { scalar_element<Element>(i, a, y); }
+    static constexpr const char* element_name = Element::name;
 };
 
 // The group loop of the single routines: eight floats a turn in two fours.
@@ -389,6 +395,69 @@ void run_single_groups(int32_t n, const float* a, float* y) {
     }
 }
 
+// A single routine with an underflowing tail (Erfc above 9.19, CdfNorm
+// below -12.9): the pairs compute in double, where every result of the tail
+// is still normal, so that Value::pair is trusted up to |x| < Trusted (the
+// high word limit of the double plan) and its one rounding to float gives
+// the denormal or zero itself.  Such a lane keeps the group's value and
+// raises UNDERFLOW when that value is below the least normal float: the
+// error path runs once per such lane, with no recompute.  A group whose
+// eight raw bit patterns all lie in [ZeroLow, ZeroLow + ZeroSpan), where the
+// result is +0 (erfc above 10.5, CdfNorm below -15), stores zeros without
+// the arithmetic.  Lanes beyond Trusted, NaN and the infinities go to the
+// per-element routine as before.
+template <uint32_t Limit, uint32_t Trusted, uint32_t ZeroLow, uint32_t ZeroSpan, class Value, class Element>
+struct single_tail_plan : single_plan<Limit, Value, Element> {
+    static int trusted_lanes(__m128 x) {
+        const __m128i m = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
+        return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(m, _mm_set1_epi32(static_cast<int32_t>(Trusted)))));
+    }
+    static bool all_zero(__m128 x0, __m128 x1) {
+        using qlm::vector::all_unsigned_in_range;
+        return all_unsigned_in_range(_mm_castps_si128(x0), ZeroLow, ZeroSpan, 0xF) &&
+               all_unsigned_in_range(_mm_castps_si128(x1), ZeroLow, ZeroSpan, 0xF);
+    }
+    // A lane outside the screen whose value y[i] is already stored.
+    static void finish(int32_t i, bool trusted, const float* a, float* y) {
+        if (!trusted) {
+            scalar_element<Element>(i, a, y);
+        } else if (y[i] < 0x1p-126f) {
+            qlm::frame::raise_status(VXM_STATUS_UNDERFLOW, i, a, a, y, y, Element::name);
+        }
+    }
+};
+
+template <class R>
+void run_single_tail_groups(int32_t n, const float* a, float* y) {
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        const bool pass = R::screen(x0) && R::screen(x1);
+        if (!pass && R::all_zero(x0, x1)) {
+            _mm_storeu_ps(y + i, _mm_setzero_ps());
+            _mm_storeu_ps(y + i + 4, _mm_setzero_ps());
+            for (int k = 0; k < 8; ++k)
+                qlm::frame::raise_status(VXM_STATUS_UNDERFLOW, i + k, a, a, y, y, R::element_name);
+            continue;
+        }
+        _mm_storeu_ps(y + i, R::fast(x0));
+        _mm_storeu_ps(y + i + 4, R::fast(x1));
+        if (pass) continue;
+        const int trusted = R::trusted_lanes(x0) | (R::trusted_lanes(x1) << 4);
+        const int screened = _mm_movemask_ps(R::screen_lanes(x0)) | (_mm_movemask_ps(R::screen_lanes(x1)) << 4);
+        for (int rest = ~screened & 0xFF; rest != 0; rest &= rest - 1) {
+            const int k = __builtin_ctz(rest);
+            R::finish(i + k, (trusted >> k) & 1, a, y);
+        }
+    }
+    for (; i < n; ++i) {
+        const __m128 x = _mm_set1_ps(a[i]);
+        const bool pass = R::screen(x), trusted = R::trusted_lanes(x) & 1;
+        if (trusted) _mm_store_ss(y + i, R::fast(x));
+        if (!pass) R::finish(i, trusted, a, y);
+    }
+}
+
 template <class S>
 struct erf_value {
     QLM_ERF_INLINE static __m128d pair(__m128d x) { return erf_pair<S>(x); }
@@ -409,6 +478,11 @@ struct cdfnorm_value {
     extern "C" void routine(int32_t n, const double* a, double* y) {                                 \
         qlm::frame::kernel_frame frame;                                                              \
         if (n > 0) qlm::special::erf_vector::run_double_groups<__VA_ARGS__>(n, a, y); \
+    }
+#define QLM_ERF_SINGLE_TAIL_KERNEL(routine, ...)                                 \
+    extern "C" void routine(int32_t n, const float* a, float* y) {               \
+        qlm::frame::kernel_frame frame;                                          \
+        if (n > 0) qlm::special::erf_vector::run_single_tail_groups<__VA_ARGS__>(n, a, y); \
     }
 #define QLM_ERF_SINGLE_KERNEL(routine, ...)                                 \
     extern "C" void routine(int32_t n, const float* a, float* y) {          \

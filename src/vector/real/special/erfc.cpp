@@ -49,14 +49,17 @@ constexpr char kS[] = "vsErfc";
 namespace ev = qlm::special::erf_vector;
 template <class S, class F, bool Extra>
 using erfc_d = ev::double_plan<0x403A8000u, ev::erfc_value<S>, erfc_plan<double, F, Extra, kD>>;  // 26.5
+// Single: the pairs are trusted below 26.5, where the double result is
+// still normal; groups of x >= 10.5 (0x41280000 up to +infinity) are zero.
 template <class S, class F>
-using erfc_s = ev::single_plan<0x41100000u, ev::erfc_value<S>, erfc_plan<float, F, false, kS>>;  // 9
+using erfc_s = ev::single_tail_plan<0x41100000u, 0x41D40000u, 0x41280000u, 0x7F800000u - 0x41280000u,
+                                    ev::erfc_value<S>, erfc_plan<float, F, false, kS>>;  // 9, 26.5, 10.5
 
 }  // namespace
 
 QLM_ERF_DOUBLE_KERNEL(qlmk_dErfc_HA, erfc_d<ev::set_ha, erf_fits_d, true>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dErfc_LA, erfc_d<ev::set_la, erf_fits_d, false>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sErfc_HA, erfc_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sErfc_LA, erfc_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sErfc_EP, erfc_s<ev::set_ep, erf_fits_e>)
+QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sErfc_HA, erfc_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sErfc_LA, erfc_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sErfc_EP, erfc_s<ev::set_ep, erf_fits_e>)
 
