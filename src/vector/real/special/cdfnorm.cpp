@@ -11,8 +11,10 @@
 // Screen: |x| < 37.5 in double, 12.5 in single: every screened result is
 // normal.  The scalar routine: NaN gives NaN, +infinity 1 and -infinity 0
 // without a status; a finite x whose result is below the least normal
-// number (below -37.5 in double, -12.9 in single) gives the denormal or zero
-// with UNDERFLOW.
+// number (below -37.5 in double) gives the denormal or zero with UNDERFLOW.
+// Single keeps the pairs' value for |x| < 37.5 and raises UNDERFLOW per lane
+// whose value is below the least normal float (x below -12.9); whole groups
+// at or below -15 store zeros without the arithmetic.
 #include <cfloat>
 #include <cmath>
 

@@ -370,13 +370,12 @@ struct single_plan {
     static constexpr const char* element_name = Element::name;
 };
 
-// The group loop of the single routines: eight floats a turn in two fours.
-// A rejected group keeps the fast results of its screened lanes, computed
-// for the whole group as on the fast lane, and recomputes only the rejected
-// lanes, in order, through the per-element routine: in the tails of Erfc and
-// CdfNorm most lanes of a group underflow in single, and each of them costs
-// its status report anyway.  Elements after the last whole group run the
-// same arithmetic on one lane, each screened by itself.
+// The group loop of the single routines without an underflowing tail
+// (Erf): eight floats a turn in two fours.  A rejected group keeps the fast
+// results of its screened lanes, computed for the whole group as on the
+// fast lane, and recomputes only the rejected lanes, in order, through the
+// per-element routine.  Elements after the last whole group run the same
+// arithmetic on one lane, each screened by itself.
 template <class R>
 void run_single_groups(int32_t n, const float* a, float* y) {
     int32_t i = 0;

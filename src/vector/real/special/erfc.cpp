@@ -10,8 +10,12 @@
 // Screen: |x| < 26.5 in double, 9 in single: every screened result is
 // normal.  Rejected lanes go to the per-element routine of erf_core.h: NaN
 // gives NaN, +infinity 0 and -infinity 2 without a status; a finite x whose
-// result is below the least normal number (above 26.54 in double, 9.19 in
-// single) gives the denormal or zero with UNDERFLOW.
+// result is below the least normal number (above 26.54 in double) gives the
+// denormal or zero with UNDERFLOW.  Single keeps the pairs' value for
+// |x| < 26.5, where the double result is still normal and its one rounding
+// to float is the denormal or zero itself, and raises UNDERFLOW per lane
+// whose value is below the least normal float (x above 9.19); whole groups
+// at or above 10.5 store zeros without the arithmetic.
 #include <cfloat>
 #include <cmath>
 
