@@ -63,7 +63,7 @@ using cdf_s = ev::single_tail_plan<0x41480000u, 0x42160000u, 0xC1700000u, 0xFF80
 QLM_ERF_DOUBLE_KERNEL(qlmk_dCdfNorm_HA, cdf_d<ev::set_ha, erf_fits_d, true>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dCdfNorm_LA, cdf_d<ev::set_la, erf_fits_d, false>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dCdfNorm_EP, cdf_d<ev::set_sp, erf_fits_f, false>)
-QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sCdfNorm_HA, cdf_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sCdfNorm_LA, cdf_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sCdfNorm_EP, cdf_s<ev::set_ep, erf_fits_e>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sCdfNorm_HA, cdf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sCdfNorm_LA, cdf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sCdfNorm_EP, cdf_s<ev::set_ep, erf_fits_e>)
 

@@ -63,7 +63,7 @@ using erfc_s = ev::single_tail_plan<0x41100000u, 0x41D40000u, 0x41280000u, 0x7F8
 
 QLM_ERF_DOUBLE_KERNEL(qlmk_dErfc_HA, erfc_d<ev::set_ha, erf_fits_d, true>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dErfc_LA, erfc_d<ev::set_la, erf_fits_d, false>)
-QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sErfc_HA, erfc_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sErfc_LA, erfc_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_TAIL_KERNEL(qlmk_sErfc_EP, erfc_s<ev::set_ep, erf_fits_e>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErfc_HA, erfc_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErfc_LA, erfc_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErfc_EP, erfc_s<ev::set_ep, erf_fits_e>)
 
