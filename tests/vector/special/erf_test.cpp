@@ -5,7 +5,9 @@
 // results of the same elements inside whole groups.
 #include <cfloat>
 #include <cmath>
+#include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "vector/special/slot_accuracy.h"
 
@@ -235,6 +237,69 @@ TEST(ErrorFunctions, StatusFromARejectedLaneInsideAGroup) {
         EXPECT_TRUE(y[2] > 0 && y[2] < DBL_MIN);
         for (int i : {0, 1, 3, 4, 5}) EXPECT_TRUE(same_bits(y[i], fast[i])) << "element " << i;
     }
+}
+
+// The underflowing tails of single Erfc and CdfNorm keep the group's values
+// and raise UNDERFLOW once per lane whose result is below the least normal
+// float, with that lane's index; lanes beyond the trusted range, NaN
+// included, still go to the per-element routine.  The callback records the
+// indices the error path saw.
+std::vector<int32_t> g_seen;
+int32_t record_index(qlm_vxm_error_record* r) {
+    g_seen.push_back(r->index);
+    return 0;
+}
+
+struct tail_case {
+    const char* name;
+    unary_fn<float> const* table;
+    std::vector<float> x;          // one group of eight, then two more elements
+    std::vector<int32_t> flagged;  // the indices whose result underflows
+};
+
+TEST(ErrorFunctions, SingleTailsRaiseUnderflowPerLane) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    // Erfc: 10 and 9.5 give denormals, 12 and 30 zero, -40 is 2 by the
+    // per-element routine, 9.1 stays normal; the tail repeats a denormal
+    // and a zero.
+    const tail_case cases[] = {
+        {"sErfc", qlm_vxm_kernel_sErfc_ttab, {1.0f, 10.0f, 12.0f, -40.0f, 9.1f, nan, 30.0f, 9.5f, 10.0f, 11.0f},
+         {1, 2, 6, 7, 8, 9}},
+        {"sCdfNorm", qlm_vxm_kernel_sCdfNorm_ttab,
+         {-1.0f, -13.5f, -16.0f, 40.0f, -12.5f, nan, -40.0f, -13.2f, -13.5f, -20.0f}, {1, 2, 6, 7, 8, 9}},
+    };
+    const uint32_t mode = qlm_vxm_kernel_GetMode();
+    for (const tail_case& c : cases) {
+        for (int slot = 0; slot < 3; ++slot) {
+            const auto alone = one_by_one(c.table[slot], c.x);
+            g_seen.clear();
+            qlm_vxm_kernel_SetErrorCallBack(record_index);
+            int32_t status;
+            const auto y = run<float>(c.table[slot], c.x, &status);
+            qlm_vxm_kernel_SetErrorCallBack(nullptr);
+            qlm_vxm_kernel_SetMode(mode);
+            EXPECT_EQ(status, VXM_STATUS_UNDERFLOW) << c.name;
+            EXPECT_EQ(g_seen, c.flagged) << c.name << " slot " << slot;
+            for (std::size_t i = 0; i < c.x.size(); ++i) {
+                EXPECT_TRUE(same_bits(y[i], alone[i])) << c.name << " slot " << slot << " element " << i;
+                const bool flagged = std::find(c.flagged.begin(), c.flagged.end(), int32_t(i)) != c.flagged.end();
+                if (!std::isnan(c.x[i])) EXPECT_EQ(flagged, y[i] < FLT_MIN) << c.name << " element " << i;
+            }
+            EXPECT_TRUE(y[1] > 0 && y[1] < FLT_MIN) << c.name;  // a denormal, not a flushed zero
+            EXPECT_EQ(y[2], 0.0f);
+            EXPECT_TRUE(std::isnan(y[5]));
+        }
+    }
+    // A whole group past the zero threshold: eight zeros, eight reports.
+    std::vector<float> far(8);
+    for (int i = 0; i < 8; ++i) far[i] = 10.5f + 2.0f * i;
+    g_seen.clear();
+    qlm_vxm_kernel_SetErrorCallBack(record_index);
+    const auto y = run<float>(qlm_vxm_kernel_sErfc_ttab[1], far);
+    qlm_vxm_kernel_SetErrorCallBack(nullptr);
+    qlm_vxm_kernel_SetMode(mode);
+    EXPECT_EQ(g_seen, (std::vector<int32_t>{0, 1, 2, 3, 4, 5, 6, 7}));
+    for (float v : y) EXPECT_TRUE(v == 0.0f && !std::signbit(v));
 }
 
 }  // namespace

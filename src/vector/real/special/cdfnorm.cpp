@@ -11,8 +11,10 @@
 // Screen: |x| < 37.5 in double, 12.5 in single: every screened result is
 // normal.  The scalar routine: NaN gives NaN, +infinity 1 and -infinity 0
 // without a status; a finite x whose result is below the least normal
-// number (below -37.5 in double, -12.9 in single) gives the denormal or zero
-// with UNDERFLOW.
+// number (below -37.5 in double) gives the denormal or zero with UNDERFLOW.
+// Single keeps the pairs' value for |x| < 37.5 and raises UNDERFLOW per lane
+// whose value is below the least normal float (x below -12.9); whole groups
+// at or below -15 store zeros without the arithmetic.
 #include <cfloat>
 #include <cmath>
 
@@ -50,8 +52,11 @@ constexpr char kS[] = "vsCdfNorm";
 namespace ev = qlm::special::erf_vector;
 template <class S, class F, bool Extra>
 using cdf_d = ev::double_plan<0x4042C000u, ev::cdfnorm_value<S>, cdfnorm_plan<double, F, Extra, kD>>;  // 37.5
+// Single: the pairs are trusted below 37.5, where the double result is
+// still normal; groups of x <= -15 (0xC1700000 up to -infinity) are zero.
 template <class S, class F>
-using cdf_s = ev::single_plan<0x41480000u, ev::cdfnorm_value<S>, cdfnorm_plan<float, F, false, kS>>;  // 12.5
+using cdf_s = ev::single_tail_plan<0x41480000u, 0x42160000u, 0xC1700000u, 0xFF800000u - 0xC1700000u,
+                                   ev::cdfnorm_value<S>, cdfnorm_plan<float, F, false, kS>>;  // 12.5, 37.5, -15
 
 }  // namespace
 

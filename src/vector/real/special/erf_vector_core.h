@@ -349,9 +349,12 @@ void run_double_groups(int32_t n, const double* a, double* y) {
 }
 
 // A single routine: the float bits of |x| below Limit, each four floats
-// widened to two pairs for Value::pair and narrowed once at the end.
+// widened to two pairs for Value::pair and narrowed once at the end.  A
+// rejected lane is recomputed, in order, through the per-element routine
+// Element.
 template <uint32_t Limit, class Value, class Element>
 struct single_plan {
+    static constexpr bool has_zero_groups = false;
     static bool screen(__m128 x) {
         return qlm::vector::all_magnitudes_below(_mm_castps_si128(x), static_cast<int32_t>(Limit), 0xF);
     }
@@ -360,33 +363,97 @@ struct single_plan {
         const __m128d hi = Value::pair(_mm_cvtps_pd(_mm_movehl_ps(x, x)));
         return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi));
     }
-    static bool lane_ok(float x) { return screen(_mm_set1_ps(x)); }
-    static void reject(int32_t i, const float* a, float* y) { scalar_element<Element>(i, a, y); }
+    // Bit k set where lane k of |x| passes.
+    static int screen_lanes(__m128 x) { return lanes_below(x, Limit); }
+    static int lanes_below(__m128 x, uint32_t limit) {
+        const __m128i m = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
+        return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(m, _mm_set1_epi32(static_cast<int32_t>(limit)))));
+    }
+    // The group of eight from a[i], its fast values stored, with the lanes
+    // outside the screen in `rejected`.
+    static void finish_group(int32_t i, int rejected, __m128, __m128, const float* a, float* y) {
+        for (; rejected != 0; rejected &= rejected - 1) scalar_element<Element>(i + __builtin_ctz(rejected), a, y);
+    }
+    // One element after the last whole group.
+    static void one(int32_t i, const float* a, float* y) {
+        const __m128 x = _mm_set1_ps(a[i]);
+        if (screen(x)) _mm_store_ss(y + i, fast(x));
+        else scalar_element<Element>(i, a, y);
+    }
+};
+
+// A single routine with an underflowing tail (Erfc above 9.19, CdfNorm
+// below -12.9): the pairs compute in double, where every result of the tail
+// is still normal, so that Value::pair is trusted up to |x| < Trusted (the
+// high word limit of the double plan) and its one rounding to float gives
+// the denormal or zero itself.  Such a lane keeps the group's value and
+// raises UNDERFLOW when that value is below the least normal float: the
+// error path runs once per such lane, with no recompute.  A group whose
+// eight raw bit patterns all lie in [ZeroLow, ZeroLow + ZeroSpan), where the
+// result is +0 (erfc above 10.5, CdfNorm below -15), stores zeros without
+// the arithmetic.  Lanes beyond Trusted, NaN and the infinities go to the
+// per-element routine as before.
+template <uint32_t Limit, uint32_t Trusted, uint32_t ZeroLow, uint32_t ZeroSpan, class Value, class Element>
+struct single_tail_plan : single_plan<Limit, Value, Element> {
+    using base = single_plan<Limit, Value, Element>;
+    static constexpr bool has_zero_groups = true;
+    static constexpr const char* name = Element::name;
+    static bool all_zero(__m128 x0, __m128 x1) {
+        using qlm::vector::all_unsigned_in_range;
+        return all_unsigned_in_range(_mm_castps_si128(x0), ZeroLow, ZeroSpan, 0xF) &&
+               all_unsigned_in_range(_mm_castps_si128(x1), ZeroLow, ZeroSpan, 0xF);
+    }
+    // A lane outside the screen whose value y[i] is already stored when it
+    // is trusted.
+    static void finish(int32_t i, bool trusted, const float* a, float* y) {
+        if (!trusted) {
+            scalar_element<Element>(i, a, y);
+        } else if (y[i] < 0x1p-126f) {
+            qlm::frame::raise_status(VXM_STATUS_UNDERFLOW, i, a, a, y, y, name);
+        }
+    }
+    static void finish_group(int32_t i, int rejected, __m128 x0, __m128 x1, const float* a, float* y) {
+        const int trusted = base::lanes_below(x0, Trusted) | (base::lanes_below(x1, Trusted) << 4);
+        for (; rejected != 0; rejected &= rejected - 1) {
+            const int k = __builtin_ctz(rejected);
+            finish(i + k, (trusted >> k) & 1, a, y);
+        }
+    }
+    static void one(int32_t i, const float* a, float* y) {
+        const __m128 x = _mm_set1_ps(a[i]);
+        const bool trusted = base::lanes_below(x, Trusted) & 1;
+        if (trusted) _mm_store_ss(y + i, base::fast(x));
+        if (!base::screen(x)) finish(i, trusted, a, y);
+    }
 };
 
 // The group loop of the single routines: eight floats a turn in two fours.
 // A rejected group keeps the fast results of its screened lanes, computed
-// for the whole group as on the fast lane, and recomputes only the rejected
-// lanes, in order, through the per-element routine: in the tails of Erfc and
-// CdfNorm most lanes of a group underflow in single, and each of them costs
-// its status report anyway.  Elements after the last whole group run the
-// same arithmetic on one lane, each screened by itself.
+// for the whole group as on the fast lane, and finishes only the rejected
+// lanes, in order.  Elements after the last whole group run the same
+// arithmetic on one lane, each screened by itself.
 template <class R>
 void run_single_groups(int32_t n, const float* a, float* y) {
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        const bool ok = R::screen(x0) && R::screen(x1);
+        const bool pass = R::screen(x0) && R::screen(x1);
+        if constexpr (R::has_zero_groups) {
+            if (!pass && R::all_zero(x0, x1)) {
+                _mm_storeu_ps(y + i, _mm_setzero_ps());
+                _mm_storeu_ps(y + i + 4, _mm_setzero_ps());
+                for (int k = 0; k < 8; ++k)
+                    qlm::frame::raise_status(VXM_STATUS_UNDERFLOW, i + k, a, a, y, y, R::name);
+                continue;
+            }
+        }
         _mm_storeu_ps(y + i, R::fast(x0));
         _mm_storeu_ps(y + i + 4, R::fast(x1));
-        if (ok) continue;
-        for (int k = 0; k < 8; ++k)
-            if (!R::lane_ok(a[i + k])) R::reject(i + k, a, y);
+        if (pass) continue;
+        const int rejected = ~(R::screen_lanes(x0) | (R::screen_lanes(x1) << 4)) & 0xFF;
+        R::finish_group(i, rejected, x0, x1, a, y);
     }
-    for (; i < n; ++i) {
-        if (R::lane_ok(a[i])) _mm_store_ss(y + i, R::fast(_mm_set1_ps(a[i])));
-        else R::reject(i, a, y);
-    }
+    for (; i < n; ++i) R::one(i, a, y);
 }
 
 template <class S>

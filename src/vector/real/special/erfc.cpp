@@ -10,8 +10,12 @@
 // Screen: |x| < 26.5 in double, 9 in single: every screened result is
 // normal.  Rejected lanes go to the per-element routine of erf_core.h: NaN
 // gives NaN, +infinity 0 and -infinity 2 without a status; a finite x whose
-// result is below the least normal number (above 26.54 in double, 9.19 in
-// single) gives the denormal or zero with UNDERFLOW.
+// result is below the least normal number (above 26.54 in double) gives the
+// denormal or zero with UNDERFLOW.  Single keeps the pairs' value for
+// |x| < 26.5, where the double result is still normal and its one rounding
+// to float is the denormal or zero itself, and raises UNDERFLOW per lane
+// whose value is below the least normal float (x above 9.19); whole groups
+// at or above 10.5 store zeros without the arithmetic.
 #include <cfloat>
 #include <cmath>
 
@@ -49,8 +53,11 @@ constexpr char kS[] = "vsErfc";
 namespace ev = qlm::special::erf_vector;
 template <class S, class F, bool Extra>
 using erfc_d = ev::double_plan<0x403A8000u, ev::erfc_value<S>, erfc_plan<double, F, Extra, kD>>;  // 26.5
+// Single: the pairs are trusted below 26.5, where the double result is
+// still normal; groups of x >= 10.5 (0x41280000 up to +infinity) are zero.
 template <class S, class F>
-using erfc_s = ev::single_plan<0x41100000u, ev::erfc_value<S>, erfc_plan<float, F, false, kS>>;  // 9
+using erfc_s = ev::single_tail_plan<0x41100000u, 0x41D40000u, 0x41280000u, 0x7F800000u - 0x41280000u,
+                                    ev::erfc_value<S>, erfc_plan<float, F, false, kS>>;  // 9, 26.5, 10.5
 
 }  // namespace
 
