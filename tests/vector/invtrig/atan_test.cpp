@@ -20,6 +20,26 @@ TEST(Atan, EverySlotWithinItsClass) {
     expect_unary_classes<float>("sAtan", qlm_vxm_kernel_sAtan_ttab, atan_inputs<float>(12), mpfr_atan);
 }
 
+// The double routine (LA and HA) reduces by a node per 1/32 of a binade
+// and rounds once at the end: inputs on both sides of every part edge from
+// 2^-8 to 2^8, where the node and the row change, stay close to correct
+// rounding.  Dropping the low half of atan(c), or a rounding of |x| - c,
+// shows here as about an ulp.
+TEST(Atan, DoubleNodeEdgesNearCorrectRounding) {
+    std::vector<double> x;
+    for (int e = -8; e <= 8; ++e)
+        for (int m = 0; m < 32; ++m) {
+            const double edge = std::ldexp(1.0 + m / 32.0, e);
+            for (double d : {-3.0, -1.0, 0.0, 1.0, 3.0}) x.push_back(edge * (1 + d * 0x1p-52));
+            x.push_back(-edge * (1 + 0x1p-7));
+        }
+    std::vector<double> y(x.size());
+    _vxmdAtan_50(static_cast<int32_t>(x.size()), x.data(), y.data());
+    const error_report r = measure_unary(x, y, mpfr_atan);
+    std::printf("[accuracy] dAtan node edges: %s\n", r.describe().c_str());
+    EXPECT_LE(r.max_ulp, 0.6) << r.describe();
+}
+
 TEST(Atan, SpecialValuesWithoutStatus) {
     const double inf = std::numeric_limits<double>::infinity();
     for (auto f : {_vxmdAtan, _vxmdAtan_50, _vxmdAtan_26}) {

@@ -137,7 +137,7 @@ QLM_WIDE vec_t<T> atan2_plain(vec_t<T> a, vec_t<T> b, const T (&tail)[N]) {
 struct atan2_careful_d {
     QLM_WIDE static __m128d value(__m128d a, __m128d b) {
         const __m128d sign = element<double>::sign();
-        const __m128d angle = angle_careful<true>(_mm_andnot_pd(sign, a), _mm_andnot_pd(sign, b), _mm_cmplt_pd(b, _mm_setzero_pd()));
+        const __m128d angle = angle_careful(_mm_andnot_pd(sign, a), _mm_andnot_pd(sign, b), _mm_cmplt_pd(b, _mm_setzero_pd()));
         return _mm_or_pd(angle, _mm_and_pd(a, sign));
     }
 };
