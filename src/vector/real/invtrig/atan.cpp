@@ -15,8 +15,12 @@
 // double-double step.  Above 2^7 the node 256 keeps |t| <= 2^-8, and
 // |x| - 256 loses only 2^-61 of t when it rounds.  Double EP: the octant
 // form of invtrig_wide.h with the 2^-30 fit.  Single HA runs that plain
-// double form in double pairs (0.5 ulp and a hair); single LA and EP the
-// plain form in float lanes with the 2^-20 and 2^-12 fits.
+// double form in double pairs (0.5 ulp and a hair); single EP the plain
+// octant form in float lanes with the 2^-12 fit.  Single LA: no second
+// reduction, t = |x| or -1/|x| (one division, the sign carried by t) and
+// atan(|x|) = k + t Q(t^2), k = 0 or pi/2, with Q of degree 8 on [0, 1]
+// (tools/invtrig_fits, 3.6e-8 absolute): about 1.6 ulp, the float pi/2's
+// own rounding included.
 // Screen: |x| < 2^1000 for double LA (c |x| stays finite), finite inputs
 // otherwise.  The rest goes to the per-element routine below (the eighths
 // reduction of atan_core.h in double): NaN for NaN and +-pi/2 for
@@ -90,6 +94,16 @@ struct atan_plain_of {
     template <class V>
     QLM_WIDE static V value(V x) { return atan_plain(x, Tail); }
 };
+struct atan_swap_f {
+    QLM_WIDE static __m128 value(__m128 x) {
+        const __m128 sign = element<float>::sign(), one = _mm_set1_ps(1.0f);
+        const __m128 swap = _mm_cmplt_ps(one, _mm_andnot_ps(sign, x));
+        // x itself up to 1, else -1/x, whose angle is taken from +-pi/2.
+        const __m128 t = div(_mm_blendv_ps(x, _mm_set1_ps(-1.0f), swap), _mm_blendv_ps(one, x, swap));
+        const __m128 k = _mm_and_ps(swap, _mm_or_ps(_mm_and_ps(x, sign), _mm_set1_ps(0x1.921fb6p+0f)));
+        return add(k, mul(t, polynomial(atan_unit_f, mul(t, t))));
+    }
+};
 struct atan_in_double_pairs {
     QLM_WIDE static __m128 value(__m128 x) {
         return in_double_pairs(x, [](__m128d v) { return atan_plain(v, atan_tail_m); });
@@ -104,5 +118,5 @@ using old_d_ep = atan_plan<double, 3, false, kD>;
 QLM_INVTRIG_DOUBLE_UNARY(qlmk_dAtan_LA, qlm::frame::kX87None, double_unary<atan_nodes_d, 0x7E700000u, old_d_la>)
 QLM_INVTRIG_DOUBLE_UNARY(qlmk_dAtan_EP, qlm::frame::kX87None, double_unary<atan_plain_of<atan_tail_m>, 0x7FF00000u, old_d_ep>)
 QLM_INVTRIG_SINGLE_UNARY(qlmk_sAtan_HA, qlm::frame::kX87None, single_unary<atan_in_double_pairs, 0x7F800000u, atan_plan<float, 3, false, kS>>)
-QLM_INVTRIG_SINGLE_UNARY(qlmk_sAtan_LA, qlm::frame::kX87None, single_unary<atan_plain_of<atan_tail_f>, 0x7F800000u, atan_plan<float, 2, false, kS>>)
+QLM_INVTRIG_SINGLE_UNARY(qlmk_sAtan_LA, qlm::frame::kX87None, single_unary<atan_swap_f, 0x7F800000u, atan_plan<float, 2, false, kS>>)
 QLM_INVTRIG_SINGLE_UNARY(qlmk_sAtan_EP, qlm::frame::kX87None, single_unary<atan_plain_of<atan_tail_e>, 0x7F800000u, atan_plan<float, 1, false, kS>>)
