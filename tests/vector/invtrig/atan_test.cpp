@@ -101,6 +101,20 @@ TEST(Atan2, EverySlotWithinItsClass) {
     expect_binary_classes<float>("sAtan2", qlm_vxm_kernel_sAtan2_ttab, af, bf, mpfr_atan2);
 }
 
+// The float LA routine's one polynomial on [0, 1] joined to 0, pi/2 or pi
+// in every quadrant and at every ratio: within 2.5 ulp (the quotient's
+// rounding, t Q's and the plain join each weigh up to half an ulp or more
+// where the result is a small fraction of pi).
+TEST(Atan2, FloatLAWithinTwoUlp) {
+    std::vector<float> a, b;
+    atan2_inputs(a, b, 23);
+    std::vector<float> y(a.size());
+    _vxmsAtan2_21(static_cast<int32_t>(a.size()), a.data(), b.data(), y.data());
+    const error_report r = measure_binary(a, b, y, mpfr_atan2);
+    std::printf("[accuracy] sAtan2 LA: %s\n", r.describe().c_str());
+    EXPECT_LE(r.max_ulp, 2.5) << r.describe();
+}
+
 TEST(Atan2, ZerosInfinitiesAndUnderflow) {
     const double inf = INFINITY, pi = 0x1.921fb54442d18p+1;
     const std::vector<double> a = {0.0, -0.0, 0.0, -0.0, 1.0, -1.0, inf, -inf, inf, 2.0, -2.0, NAN, 1.0, 1e-300, 1.0};
