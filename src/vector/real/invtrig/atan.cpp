@@ -19,7 +19,7 @@
 // octant form in float lanes with the 2^-12 fit.  Single LA: no second
 // reduction, t = |x| or -1/|x| (one division, the sign carried by t) and
 // atan(|x|) = k + t Q(t^2), k = 0 or pi/2, with Q of degree 8 on [0, 1]
-// (tools/invtrig_fits, 3.6e-8 absolute): about 1.6 ulp, the float pi/2's
+// (tools/invtrig_fits, 3.6e-8 absolute): about 1.8 ulp, the float pi/2's
 // own rounding included.
 // Screen: |x| < 2^1000 for double LA (c |x| stays finite), finite inputs
 // otherwise.  The rest goes to the per-element routine below (the eighths
