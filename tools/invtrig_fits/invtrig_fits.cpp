@@ -130,6 +130,49 @@ void emit_fit(const char* name, const target& f, double a, double b, double goal
     std::exit(1);
 }
 
+// f(sqrt s)/sqrt s - 1, for the float-lane arctangent on the whole unit
+// interval.
+target ratio_minus_one(int (*g)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
+    return [g](mpfr_t y, const mpfr_t s) {
+        big x, gx;
+        mpfr_sqrt(x.v, s, MPFR_RNDN);
+        if (mpfr_zero_p(x.v)) {
+            mpfr_set_ui(y, 0, MPFR_RNDN);
+            return;
+        }
+        g(gx.v, x.v, MPFR_RNDN);
+        mpfr_div(gx.v, gx.v, x.v, MPFR_RNDN);
+        mpfr_sub_ui(y, gx.v, 1, MPFR_RNDN);
+    };
+}
+
+// Q(s) = 1 + q1 s + ... + qd s^d with the terms of degree 1 and up from
+// the interpolant of degree d of f(sqrt s)/sqrt s - 1 at the Chebyshev
+// nodes of [0, b] (its constant term, of the size of its error, dropped),
+// in float.  That spreads the absolute error of Q evenly over s, which is
+// what the result's relative error feels, instead of the relative error of
+// (Q - 1)/s, which would overweight small s.
+void emit_unit_fit(const char* name, const target& f, double b, int degree) {
+    const auto c = interpolate(f, 0, b, degree);
+    std::vector<double> k{1.0};
+    for (int j = 1; j <= degree; ++j) k.push_back(static_cast<double>(static_cast<float>(mpfr_get_d(c[j].v, MPFR_RNDN))));
+    double worst = 0;
+    for (int i = 0; i <= 4000; ++i) {
+        big s(b * i / 4000.0), p, want;
+        for (int j = degree; j >= 1; --j) {
+            mpfr_add_d(p.v, p.v, k[j], MPFR_RNDN);
+            mpfr_mul(p.v, p.v, s.v, MPFR_RNDN);
+        }
+        f(want.v, s.v);
+        mpfr_sub(p.v, p.v, want.v, MPFR_RNDN);
+        worst = std::fmax(worst, std::fabs(mpfr_get_d(p.v, MPFR_RNDN)));
+    }
+    std::printf("// degree %d on s in [0, %g], max absolute error %.3g\n", degree, b, worst);
+    std::printf("inline constexpr float %s[%d] = {", name, degree + 1);
+    for (int j = 0; j <= degree; ++j) std::printf("%s%af", j ? ", " : "", k[j]);
+    std::printf("};\n");
+}
+
 }  // namespace
 
 int main() {
@@ -140,7 +183,8 @@ int main() {
         "// Odd tails in s = x^2, coefficients from degree 0 up: atan(t) = t + t s Q(s)\n"
         "// on s <= tan^2(pi/8), asin(x) = x + x s P(s) on s <= 1/4.  Chebyshev\n"
         "// interpolants in 256-bit arithmetic; each states its relative error\n"
-        "// measured after rounding the coefficients.\n"
+        "// measured after rounding the coefficients; atan_unit_f: atan(t) = t Q(s)\n"
+        "// on s <= 1.\n"
         "#pragma once\n\nnamespace qlm::invtrig {\n\n");
     big t8;  // tan(pi/8)^2 = 3 - 2 sqrt 2
     mpfr_sqrt_ui(t8.v, 2, MPFR_RNDN);
@@ -167,6 +211,9 @@ int main() {
         std::snprintf(name, sizeof name, "asin_tail_%s", s.suffix);
         emit_fit(name, odd_tail(mpfr_asin), 0x1p-60, 0.25, s.asin_goal, s.to_float);
     }
+    // atan(t) = t Q(t^2) on the whole of [0, 1], for the float-lane LA
+    // arctangent that takes 1/|x| above 1 and no second reduction.
+    emit_unit_fit("atan_unit_f", ratio_minus_one(mpfr_atan), 1.0, 8);
     // pi/4 = head + rest with the head cut to 50 bits (double) and 21 bits
     // (float), so that k times the head is exact for k = 0..4 and the
     // octant constants k pi/4 need no table.

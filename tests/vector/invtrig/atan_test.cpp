@@ -20,6 +20,38 @@ TEST(Atan, EverySlotWithinItsClass) {
     expect_unary_classes<float>("sAtan", qlm_vxm_kernel_sAtan_ttab, atan_inputs<float>(12), mpfr_atan);
 }
 
+// The double routine (LA and HA) reduces by a node per 1/32 of a binade
+// and rounds once at the end: inputs on both sides of every part edge from
+// 2^-8 to 2^8, where the node and the row change, stay close to correct
+// rounding.  Dropping the low half of atan(c), or a rounding of |x| - c,
+// shows here as about an ulp.
+TEST(Atan, DoubleNodeEdgesNearCorrectRounding) {
+    std::vector<double> x;
+    for (int e = -8; e <= 8; ++e)
+        for (int m = 0; m < 32; ++m) {
+            const double edge = std::ldexp(1.0 + m / 32.0, e);
+            for (double d : {-3.0, -1.0, 0.0, 1.0, 3.0}) x.push_back(edge * (1 + d * 0x1p-52));
+            x.push_back(-edge * (1 + 0x1p-7));
+        }
+    std::vector<double> y(x.size());
+    _vxmdAtan_50(static_cast<int32_t>(x.size()), x.data(), y.data());
+    const error_report r = measure_unary(x, y, mpfr_atan);
+    std::printf("[accuracy] dAtan node edges: %s\n", r.describe().c_str());
+    EXPECT_LE(r.max_ulp, 0.6) << r.describe();
+}
+
+// The float LA routine takes 1/|x| above 1 and one polynomial on [0, 1];
+// its float pi/2 carries 0.37 ulp of its own, so 2 ulp is the whole
+// budget, over every magnitude.
+TEST(Atan, FloatLAWithinTwoUlp) {
+    const auto x = atan_inputs<float>(13);
+    std::vector<float> y(x.size());
+    _vxmsAtan_21(static_cast<int32_t>(x.size()), x.data(), y.data());
+    const error_report r = measure_unary(x, y, mpfr_atan);
+    std::printf("[accuracy] sAtan LA: %s\n", r.describe().c_str());
+    EXPECT_LE(r.max_ulp, 2.0) << r.describe();
+}
+
 TEST(Atan, SpecialValuesWithoutStatus) {
     const double inf = std::numeric_limits<double>::infinity();
     for (auto f : {_vxmdAtan, _vxmdAtan_50, _vxmdAtan_26}) {
@@ -67,6 +99,20 @@ TEST(Atan2, EverySlotWithinItsClass) {
     std::vector<float> af, bf;
     atan2_inputs(af, bf, 22);
     expect_binary_classes<float>("sAtan2", qlm_vxm_kernel_sAtan2_ttab, af, bf, mpfr_atan2);
+}
+
+// The float LA routine's one polynomial on [0, 1] joined to 0, pi/2 or pi
+// in every quadrant and at every ratio: within 2.5 ulp (the quotient's
+// rounding, t Q's and the plain join each weigh up to half an ulp or more
+// where the result is a small fraction of pi).
+TEST(Atan2, FloatLAWithinTwoUlp) {
+    std::vector<float> a, b;
+    atan2_inputs(a, b, 23);
+    std::vector<float> y(a.size());
+    _vxmsAtan2_21(static_cast<int32_t>(a.size()), a.data(), b.data(), y.data());
+    const error_report r = measure_binary(a, b, y, mpfr_atan2);
+    std::printf("[accuracy] sAtan2 LA: %s\n", r.describe().c_str());
+    EXPECT_LE(r.max_ulp, 2.5) << r.describe();
 }
 
 TEST(Atan2, ZerosInfinitiesAndUnderflow) {

@@ -64,6 +64,8 @@ TEST(InvTrigGroups, OneSlowLaneLeavesTheOthersUnary) {
     expect_lane_isolation<double>("dAcos", qlm_vxm_kernel_dAcos_ttab, ordinary<double>(-0.99, 0.99), 1.0, 0.0, 0);
     expect_lane_isolation<double>("dAtan", qlm_vxm_kernel_dAtan_ttab, ordinary<double>(-20, 20), INFINITY, pio2, 0);
     expect_lane_isolation<double>("dAtan", qlm_vxm_kernel_dAtan_ttab, ordinary<double>(-20, 20), NAN, NAN, 0);
+    // Beyond the double screen (2^1000) the per-element routine rounds to pi/2.
+    expect_lane_isolation<double>("dAtan", qlm_vxm_kernel_dAtan_ttab, ordinary<double>(-20, 20), -0x1p1001, -pio2, 0);
     expect_lane_isolation<float>("sAtan", qlm_vxm_kernel_sAtan_ttab, ordinary<float>(-20, 20), -INFINITY, -0x1.921fb6p+0f, 0);
 }
 
@@ -133,9 +135,10 @@ void atan2_edges(const char* name, binary_fn<T> const* table, T lo, T hi) {
 }
 
 TEST(InvTrigGroups, ScreenEdgesWithinClass) {
-    // Atan: 2^512 ends the careful double form; 0.5, 1 and tan(pi/8) switch
-    // the reduction inside the wide formulas.
-    const auto d = around<double>({0x1p512, 0x1p-1022, 1.0, 0x1.a827999fcef32p-2, 0x1.3504f333f9de6p+1});
+    // Atan: 2^1000 ends the double node form, 2^-7 and 2^7 its node 0 and
+    // node 256, and 1 + 31/32 a binade's last part; the float forms switch
+    // at 1 and tan(pi/8).
+    const auto d = around<double>({0x1p1000, 0x1p-1022, 0x1p-7, 0x1p7, 1.0, 0x1.f8p+0, 0x1.a827999fcef32p-2});
     expect_unary_classes<double>("dAtan edges", qlm_vxm_kernel_dAtan_ttab, d, mpfr_atan);
     const auto s = around<float>({0x1p127f, 0x1p-126f, 1.0f, 0x1.a8279ap-2f});
     expect_unary_classes<float>("sAtan edges", qlm_vxm_kernel_sAtan_ttab, s, mpfr_atan);

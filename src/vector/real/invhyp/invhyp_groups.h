@@ -59,9 +59,11 @@ void run_double(int32_t n, const double* a, double* y) {
 }
 
 // Four floats through two pairs of doubles, rounded once to float, or
-// through the kernel's own four-lane form.
+// through the kernel's own four-lane form.  Inlined whatever GCC's size
+// heuristics say: a call per four would keep the group's two fours from
+// overlapping.
 template <class K>
-inline __m128 four(__m128 x) {
+inline __attribute__((always_inline)) __m128 four(__m128 x) {
     if constexpr (K::four != nullptr) return K::four(x);
     else return through_pairs<K::pair>(x);
 }

@@ -150,7 +150,7 @@ inline dd2 log_parts(v2 ah, v2 al) {
 // with m rcp - 1 rounded once (2^-53 absolute; exact on the row of 1,
 // where results are small) and a plain sum, about 2^-50 relative.
 template <const double* P, int Size>
-inline v2 log_lean(v2 a) {
+inline __attribute__((always_inline)) v2 log_lean(v2 a) {
     const __m128i bits = _mm_castpd_si128(a);
     const __m128i high = _mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1));
     const __m128i t = _mm_sub_epi32(high, _mm_set1_epi32(static_cast<int32_t>(kLogOffset)));
@@ -191,7 +191,7 @@ using ep_set = accuracy_set<nullptr, 0, false, true>;
 
 // Four floats through two pairs of doubles, rounded once to float.
 template <v2 (*Pair)(v2)>
-inline __m128 through_pairs(__m128 x) {
+inline __attribute__((always_inline)) __m128 through_pairs(__m128 x) {
     const __m128 lo = _mm_cvtpd_ps(Pair(_mm_cvtps_pd(x)));
     const __m128 hi = _mm_cvtpd_ps(Pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
     return _mm_movelh_ps(lo, hi);
@@ -200,7 +200,7 @@ inline __m128 through_pairs(__m128 x) {
 // Below |x| = 2^-12 the single plans take x + c x^3 in float, within
 // 2^-24 of the term, which is below 2^-25 of the result.
 // Taken on |x| with the sign put back, so that -0 stays -0.
-inline __m128 small_series(__m128 value, __m128 x, float c) {
+inline __attribute__((always_inline)) __m128 small_series(__m128 value, __m128 x, float c) {
     const __m128 sign = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int32_t>(0x80000000u)));
     const __m128 ax = _mm_andnot_ps(sign, x);
     const __m128 series = _mm_add_ps(ax, _mm_mul_ps(ax, _mm_mul_ps(_mm_mul_ps(ax, ax), _mm_set1_ps(c))));
@@ -216,7 +216,7 @@ inline v2 asinh_magnitude(v2 ax) {
     return log_lean<S::poly, S::size>(ax + _mm_sqrt_pd(ax * ax + splat(1.0)));
 }
 template <class S>
-inline v2 atanh_magnitude(v2 ax) {
+inline __attribute__((always_inline)) v2 atanh_magnitude(v2 ax) {
     const v2 one = splat(1.0);
     return splat(0.5) * log_lean<S::poly, S::size>((one + ax) / (one - ax));
 }
@@ -224,7 +224,7 @@ inline v2 atanh_magnitude(v2 ax) {
 // Four floats of an odd function: the pairs run on |x|, the sign goes back
 // in float, and below 2^-12 the series x + c x^3 takes over.
 template <v2 (*Magnitude)(v2)>
-inline __m128 odd_four(__m128 x, float c) {
+inline __attribute__((always_inline)) __m128 odd_four(__m128 x, float c) {
     const __m128 sign = _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int32_t>(0x80000000u))));
     const __m128 ax = _mm_xor_ps(x, sign);
     return small_series(_mm_or_ps(through_pairs<Magnitude>(ax), sign), x, c);
@@ -304,7 +304,7 @@ inline v2 atanh_pair(v2 x) {
 }
 
 template <class S>
-inline __m128 atanh_four(__m128 x) {
+inline __attribute__((always_inline)) __m128 atanh_four(__m128 x) {
     return odd_four<atanh_magnitude<S>>(x, 1.0f / 3);
 }
 

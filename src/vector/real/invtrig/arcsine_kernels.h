@@ -5,8 +5,9 @@
 // exactly (about 0.6 ulp).  Double LA: the plain form with the 2^-51 fit
 // (about 1.1 ulp).  Double EP: the plain form with the 2^-30 fit.  Single
 // HA: the plain double form with the 2^-30 fit in double pairs (0.5 ulp and
-// a hair).  Single LA and EP: the plain form in float lanes with the
-// 2^-18 and 2^-12 fits.
+// a hair).  Single LA: the lean float form (arcsine_lean) with the 2^-18
+// fit, about 1.5 ulp.  Single EP: the plain form in float lanes with the
+// 2^-12 fit.
 // Screen: |x| < 1.  The per-element routine takes NaN, +-1 and the domain
 // errors, with their statuses.
 #pragma once
@@ -25,6 +26,10 @@ template <bool Acos, const auto& Tail>
 struct arcsine_plain_of {
     template <class V>
     QLM_WIDE static V value(V x) { return arcsine<Acos, false>(x, Tail); }
+};
+template <bool Acos>
+struct arcsine_lean_f {
+    QLM_WIDE static __m128 value(__m128 x) { return arcsine_lean<Acos>(x, asin_tail_f); }
 };
 template <bool Acos>
 struct arcsine_in_double_pairs {
@@ -58,7 +63,7 @@ struct arcsine_in_double_pairs {
                              s_slot<it::arcsine_in_double_pairs<acos>,                                       \
                                     sp::arcsine_plan<float, sp::asin_tail_f, sp::kFitF, false, acos, sname>>) \
     QLM_INVTRIG_SINGLE_UNARY(qlmk_s##Func##_LA, qlm::frame::kX87None,                                        \
-                             s_slot<it::arcsine_plain_of<acos, it::asin_tail_f>,                             \
+                             s_slot<it::arcsine_lean_f<acos>,                                                \
                                     sp::arcsine_plan<float, sp::asin_tail_f, sp::kFitF, false, acos, sname>>) \
     QLM_INVTRIG_SINGLE_UNARY(qlmk_s##Func##_EP, qlm::frame::kX87None,                                        \
                              s_slot<it::arcsine_plain_of<acos, it::asin_tail_e>,                             \

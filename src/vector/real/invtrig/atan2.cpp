@@ -7,7 +7,10 @@
 // exactly: about 0.65 ulp), double LA the plain form with the 2^-51 fit
 // (about 1.5 ulp), double EP the plain form with the 2^-30 fit.  Single HA
 // runs the plain double form in double pairs (0.5 ulp and a hair), single
-// LA and EP the plain form in float lanes.
+// EP the plain form in float lanes.  Single LA: no second reduction, t =
+// min/max of the magnitudes and atan(t) = t Q(t^2) with the degree-8 fit on
+// [0, 1] shared with Atan, joined to k = 0, pi/2 or pi by a plain sum with
+// k's rounding error added back: about 1.8 ulp.
 // Screen: both magnitudes within [2^-500, 2^500) in double, [2^-60, 2^60)
 // in single, so that the ratio stays normal and the careful form's scaled
 // products cannot overflow.  Everything else (zeros, infinities, NaN,
@@ -137,7 +140,7 @@ QLM_WIDE vec_t<T> atan2_plain(vec_t<T> a, vec_t<T> b, const T (&tail)[N]) {
 struct atan2_careful_d {
     QLM_WIDE static __m128d value(__m128d a, __m128d b) {
         const __m128d sign = element<double>::sign();
-        const __m128d angle = angle_careful<true>(_mm_andnot_pd(sign, a), _mm_andnot_pd(sign, b), _mm_cmplt_pd(b, _mm_setzero_pd()));
+        const __m128d angle = angle_careful(_mm_andnot_pd(sign, a), _mm_andnot_pd(sign, b), _mm_cmplt_pd(b, _mm_setzero_pd()));
         return _mm_or_pd(angle, _mm_and_pd(a, sign));
     }
 };
@@ -145,6 +148,22 @@ template <const auto& Tail>
 struct atan2_plain_of {
     template <class V>
     QLM_WIDE static V value(V a, V b) { return atan2_plain(a, b, Tail); }
+};
+struct atan2_lean_f {
+    QLM_WIDE static __m128 value(__m128 a, __m128 b) {
+        const __m128 sign = element<float>::sign();
+        const __m128 aa = _mm_andnot_ps(sign, a), ab = _mm_andnot_ps(sign, b);
+        const __m128 swap = _mm_cmplt_ps(ab, aa);
+        const __m128 t = div(vmin(aa, ab), vmax(aa, ab));
+        // The angle of (|b|, |a|) is t's angle, or pi/2 less it when swapped;
+        // b < 0 mirrors it to pi less that.  So k is 0, pi/2 (swapped) or pi,
+        // and t enters negated when exactly one of swap and b < 0 holds.
+        constexpr float pio2 = 0x1.921fb6p+0f, pio2_rest = -0x1.777a5cp-25f;
+        const __m128 flip = bxor(band(swap, sign), band(b, sign));
+        const __m128 k = select(swap, splat<float>(pio2), band(less(b, element<float>::zero()), splat<float>(2 * pio2)));
+        const __m128 v = mul(bxor(t, flip), polynomial(atan_unit_f, mul(t, t)));
+        return bor(add(k, add(v, mul(k, splat<float>(pio2_rest / pio2)))), band(a, sign));
+    }
 };
 struct atan2_in_double_pairs {
     QLM_WIDE static __m128 value(__m128 a, __m128 b) {
@@ -169,7 +188,7 @@ void single_ha(int32_t n, const float* a, const float* b, float* y) {
     run_single_binary<atan2_in_double_pairs, kLowS, kWidthS, atan2_plan<float, 3, kS>>(n, a, b, y);
 }
 void single_la(int32_t n, const float* a, const float* b, float* y) {
-    run_single_binary<atan2_plain_of<atan_tail_f>, kLowS, kWidthS, atan2_plan<float, 2, kS>>(n, a, b, y);
+    run_single_binary<atan2_lean_f, kLowS, kWidthS, atan2_plan<float, 2, kS>>(n, a, b, y);
 }
 void single_ep(int32_t n, const float* a, const float* b, float* y) {
     run_single_binary<atan2_plain_of<atan_tail_e>, kLowS, kWidthS, atan2_plan<float, 1, kS>>(n, a, b, y);

@@ -4,7 +4,8 @@
 // Odd tails in s = x^2, coefficients from degree 0 up: atan(t) = t + t s Q(s)
 // on s <= tan^2(pi/8), asin(x) = x + x s P(s) on s <= 1/4.  Chebyshev
 // interpolants in 256-bit arithmetic; each states its relative error
-// measured after rounding the coefficients.
+// measured after rounding the coefficients; atan_unit_f: atan(t) = t Q(s)
+// on s <= 1.
 #pragma once
 
 namespace qlm::invtrig {
@@ -25,6 +26,8 @@ inline constexpr float asin_tail_f[5] = {0x1.55555ep-3f, 0x1.332732p-4f, 0x1.70a
 inline constexpr float atan_tail_e[3] = {-0x1.555192p-2f, 0x1.967d32p-3f, -0x1.e41fdcp-4f};
 // degree 2, max relative error 0.000131 (goal 0x1p-12)
 inline constexpr float asin_tail_e[3] = {0x1.555fd8p-3f, 0x1.2d58e2p-4f, 0x1.e320e2p-5f};
+// degree 8 on s in [0, 1], max absolute error 3.61e-08
+inline constexpr float atan_unit_f[9] = {0x1p+0f, -0x1.55548ep-2f, 0x1.996efcp-3f, -0x1.22c55ap-3f, 0x1.b2edbp-4f, -0x1.316ecap-4f, 0x1.5931p-5f, -0x1.01bda4p-6f, 0x1.6a9512p-9f};
 
 // pi/4 = head + rest, head of 50 bits
 inline constexpr double quarter_pi_d[2] = {0x1.921fb54442d18p-1, 0x1.1a62633145c07p-55};

@@ -2,7 +2,7 @@
 // four floats per SSE register, written once for both through overloads on
 // the register type.
 //
-// Angle (Atan, Atan2).  With num = min(|a|, |b|) and den = max(|a|, |b|),
+// Angle (Atan2, and the float and EP forms of Atan).  With num = min(|a|, |b|) and den = max(|a|, |b|),
 // the first-octant angle atan(num/den) is reduced once more at tan(pi/8):
 // above it t = (num - den)/(num + den) and the angle is pi/4 + atan(t),
 // below it t = num/den.  So one division per lane and |t| <= tan(pi/8),
@@ -24,10 +24,9 @@
 // t + tl from its exact residual, the root r as r + rl likewise, so that
 // what remains is the last addition and the tail's own rounding, which
 // weighs most where the result is smallest against the constant: measured
-// maxima 0.56 to 0.66 ulp, and 0.78 on dense samples of Atan just above
-// tan(pi/8).  The residuals need no second division: a float reciprocal
-// estimate (12 bits) is ample for a correction that is itself below half
-// an ulp.
+// maxima 0.56 to 0.66 ulp.  The residuals need no second division: a
+// float reciprocal estimate (12 bits) is ample for a correction that is
+// itself below half an ulp.
 #pragma once
 
 #include <smmintrin.h>
@@ -199,16 +198,13 @@ QLM_WIDE pair_sum<double> two_prod(__m128d a, __m128d b) {
 // 1/d to about 12 bits, for |d| within the float range.
 QLM_WIDE __m128d reciprocal_estimate(__m128d d) { return _mm_cvtps_pd(_mm_rcp_ps(_mm_cvtpd_ps(d))); }
 
-// The careful double form of angle_plain.  For Atan2 (TwoArgs) both
-// arguments are first brought near 1 by a power of two, since they reach
-// 2^+-500; Atan's den must stay below 2^100 (it clamps) and b is 1.
-template <bool TwoArgs>
+// The careful double form of angle_plain, for Atan2 (double Atan has its
+// own node form).  Both arguments are first brought near 1 by a power of
+// two, since they reach 2^+-500.
 QLM_WIDE __m128d angle_careful(__m128d ax, __m128d bx, __m128d bneg) {
-    const octant<double, TwoArgs> o(ax, bx, bneg);
+    const octant<double, true> o(ax, bx, bneg);
     __m128d num = o.num, den = o.den;
-    if constexpr (TwoArgs) {
-        // den into [1, 2): the exact products cannot overflow and den's
-        // reciprocal fits a float.
+    {  // den into [1, 2): the exact products cannot overflow and den's reciprocal fits a float
         const __m128i e = _mm_and_si128(_mm_castpd_si128(den), _mm_set1_epi64x(0x7FF0000000000000ll));
         const __m128d scale = _mm_castsi128_pd(_mm_sub_epi64(_mm_set1_epi64x(0x7FE0000000000000ll), e));
         num = mul(num, scale);
@@ -281,6 +277,38 @@ QLM_WIDE vec_t<T> arcsine(vec_t<T> x, const T (&tail)[N]) {
     const V v = octant_plus<T>(k, bxor(wh, flip), bxor(rest, flip));
     if constexpr (Acos) return v;
     else return bor(v, band(x, element<T>::sign()));
+}
+
+// asin(x) or acos(x) for |x| < 1, the lean float form of the LA slots:
+// the same pieces as arcsine(), but the leading term w = f r (f = 1, -1,
+// +-2, exact) joins k = 0, pi/2 or pi through a plain sum, k's rounding
+// error added back as k times the ratio of pi/2's rest to its float head.
+// The unpaired sum costs up to half an ulp more where w and k nearly
+// cancel (|x| near 1/2): measured about 1.5 ulp, and the whole form takes
+// about two thirds of the operations of the octant one.
+template <bool Acos, std::size_t N>
+QLM_WIDE __m128 arcsine_lean(__m128 x, const float (&tail)[N]) {
+    constexpr float pio2 = 0x1.921fb6p+0f, pio2_rest = -0x1.777a5cp-25f;
+    const __m128 sx = band(x, element<float>::sign());
+    const __m128 ax = bxor(x, sx);
+    const __m128 big = less(splat<float>(0.5f), ax);
+    const __m128 z = select(big, mul(sub(splat<float>(1), ax), splat<float>(0.5f)), mul(ax, ax));
+    const __m128 r = select(big, vsqrt(z), ax);
+    // asin: r, or pi/2 - 2r on the big lanes, the sign of x put back last.
+    // acos: pi/2 - x, or 2r for x > 1/2 and pi - 2r for x < -1/2.
+    __m128 f, k;
+    if constexpr (Acos) {
+        f = bxor(select(big, splat<float>(2), splat<float>(-1)), sx);
+        k = select(big, band(less(x, element<float>::zero()), splat<float>(2 * pio2)), splat<float>(pio2));
+    } else {
+        f = select(big, splat<float>(-2), splat<float>(1));
+        k = band(big, splat<float>(pio2));
+    }
+    const __m128 w = mul(r, f);
+    const __m128 rest = mul(w, mul(z, polynomial(tail, z)));
+    const __m128 v = add(k, add(w, add(rest, mul(k, splat<float>(pio2_rest / pio2)))));
+    if constexpr (Acos) return v;
+    else return bor(v, sx);
 }
 
 // A float function evaluated in double pairs: four floats widen exactly,

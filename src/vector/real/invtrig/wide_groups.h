@@ -35,7 +35,7 @@ template <class F, uint32_t Limit, class Old>
 struct double_unary {
     static bool screen(__m128d x0, __m128d x1) { return all_magnitudes_below(high_words(x0, x1), Limit, 0xF); }
     static bool screen_one(__m128d x) { return all_magnitudes_below(high_words(x, x), Limit, 0x1); }
-    static __m128d value(__m128d x) { return F::value(x); }
+    QLM_WIDE static __m128d value(__m128d x) { return F::value(x); }
     static bool special(int32_t i, const double* a, double* y) {
         if (screen_one(_mm_set1_pd(a[i]))) return false;
         qlm::special::scalar_element<Old>(i, a, y);
@@ -48,7 +48,7 @@ template <class F, uint32_t Limit, class Old>
 struct single_unary {
     static bool screen(__m128 x) { return all_magnitudes_below(_mm_castps_si128(x), Limit, 0xF); }
     static bool screen_one(__m128 x) { return all_magnitudes_below(_mm_castps_si128(x), Limit, 0x1); }
-    static __m128 fast(__m128 x) { return F::value(x); }
+    QLM_WIDE static __m128 fast(__m128 x) { return F::value(x); }
     static void scalar(int32_t i, const float* a, float* y) {
         const __m128 x = _mm_set1_ps(a[i]);
         if (screen_one(x)) _mm_store_ss(y + i, F::value(x));
