@@ -129,10 +129,10 @@ template <const fine_basis& B = kNatural>
 inline fine_pieces fine(__m128d x) {
     const __m128i hw = pair_high_words(x);
     const __m128i k = _mm_srai_epi32(_mm_sub_epi32(hw, _mm_set1_epi32(0x3FE7FC00)), 20);
-    // k into the high word of 1.5 * 2^20, where a unit of the high word is 1.
-    const __m128d magic = splat_bits(0x4138000000000000ull);
-    const __m128i kw = _mm_unpacklo_epi32(_mm_setzero_si128(), _mm_add_epi32(k, _mm_set1_epi32(0x41380000)));
-    const __m128d kd = _mm_sub_pd(_mm_castsi128_pd(kw), magic);
+    // k is a small integer, so the conversion is exact: the same double
+    // as k placed in the high word of 1.5 * 2^20 minus that number, in one
+    // instruction instead of four.
+    const __m128d kd = _mm_cvtepi32_pd(k);
 
     const __m128i offset = _mm_srli_epi32(
         _mm_and_si128(_mm_add_epi32(_mm_and_si128(hw, _mm_set1_epi32(0xFFC00)), _mm_set1_epi32(0x400)),
