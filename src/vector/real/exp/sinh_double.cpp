@@ -4,8 +4,10 @@
 //       as Eh + El with Eh = scale hi - 1 exact (up to |x| = 36) and
 //       El = scale tail; sinh = (Eh + (El + E/(E + 1)))/2 with the sign
 //       of x.  The quotient is at most half of the sum and carries about
-//       1.5 ulp of itself, so the result stays near 1.2 ulp; no
-//       cancellation near 0.
+//       1.5 ulp of itself: measured 1.17 ulp on [-5, 5] and up to 1.96
+//       next to x = 0.007, where the tail is a third of the result (the
+//       rounded E in place of Eh + El measured 2.2); no cancellation
+//       near 0.
 //   HA  |x| < 1/16: x + x w P(w), w = x^2, P the Taylor series of
 //       (sinh x - x)/x^3 to w^4/11!; the added term is under 0.00065 of
 //       the result, so its own roundings count for little and the
