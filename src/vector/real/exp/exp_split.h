@@ -11,6 +11,10 @@
 // to r within r^6/5040 < 2^-57 (what Expm1 needs when n = 0), 5 within
 // 2^-47 and absolutely within 2^-54 (enough for e^x), 4 within 2^-37,
 // 3 within 2^-28.
+//
+// exp_pair is the same reduction carried in double-double, giving e^y and
+// e^-y together to about 2^-68 for the HA hyperbolic routines, whose last
+// sum is then the only rounding that counts.
 #pragma once
 
 #include <smmintrin.h>
