@@ -100,10 +100,10 @@ inline __m128i low_entries(__m128i bits) {
 inline void split_entries(__m128i bits, __m128d& hi, __m128d& lo) {
     const auto j0 = static_cast<uint64_t>(_mm_cvtsi128_si64(bits)) & 63;
     const auto j1 = static_cast<uint64_t>(_mm_extract_epi64(bits, 1)) & 63;
-    const __m128d e0 = _mm_load_pd(reinterpret_cast<const double*>(exp_tables::split[j0]));
-    const __m128d e1 = _mm_load_pd(reinterpret_cast<const double*>(exp_tables::split[j1]));
-    hi = _mm_unpacklo_pd(e0, e1);
-    lo = _mm_unpackhi_pd(e0, e1);
+    const double* e0 = reinterpret_cast<const double*>(exp_tables::split[j0]);
+    const double* e1 = reinterpret_cast<const double*>(exp_tables::split[j1]);
+    hi = _mm_loadh_pd(_mm_load_sd(e0), e1);
+    lo = _mm_loadh_pd(_mm_load_sd(e0 + 1), e1 + 1);
 }
 
 // 2^m of the HA layout as a double, from the integer bits.
@@ -138,10 +138,15 @@ struct kernel {
             split_entries(bits, hi, lo);
             return _mm_mul_pd(_mm_add_pd(split_tail(p, hi, lo), hi), split_scale(bits));
         } else {
-            const __m128i exponent = _mm_and_si128(
-                _mm_slli_epi64(_mm_add_epi64(bits, _mm_set1_epi64x(0x1FF80)), 45),
-                _mm_set1_epi64x(0x7FF0000000000000ll));
-            const __m128d t = _mm_castsi128_pd(_mm_or_si128(exponent, low_entries(bits)));
+            // T built in the integer unit, whose ports the vector arithmetic
+            // leaves idle: exponent word from the sum's bits, ORed with the
+            // table's mantissa bits.
+            const auto word = [](uint64_t b) {
+                return (((b + 0x1FF80) << 45) & 0x7FF0000000000000ull) | exp_tables::low[b & 127];
+            };
+            const __m128d t = _mm_castsi128_pd(
+                _mm_set_epi64x(static_cast<int64_t>(word(static_cast<uint64_t>(_mm_extract_epi64(bits, 1)))),
+                               static_cast<int64_t>(word(static_cast<uint64_t>(_mm_cvtsi128_si64(bits))))));
             return _mm_add_pd(t, _mm_mul_pd(t, p));
         }
     }

@@ -11,6 +11,10 @@
 // to r within r^6/5040 < 2^-57 (what Expm1 needs when n = 0), 5 within
 // 2^-47 and absolutely within 2^-54 (enough for e^x), 4 within 2^-37,
 // 3 within 2^-28.
+//
+// exp_pair is the same reduction carried in double-double, giving e^y and
+// e^-y together to about 2^-68 for the HA hyperbolic routines, whose last
+// sum is then the only rounding that counts.
 #pragma once
 
 #include <smmintrin.h>
@@ -88,28 +92,90 @@ inline __m128d expm1_accurate(__m128d x, const parts& p) {
     return _mm_blendv_pd(mid, small, _mm_cmplt_pd(ax, _mm_set1_pd(0.03)));
 }
 
-// (e^y + e^-y)/2 (Plus) or (e^y - e^-y)/2 for 0 <= y below the screen,
-// from two evaluations of the core, one at y and one at -y.  The heads
-// scale hi / 2 of both are exact, so their sum is split exactly
-// (Fast2Sum, the first head being the larger) and its error joins the
-// tails; the tails are under 0.012 of their heads and accurate far beyond
-// double, so the result carries its last rounding and little else: about
-// half an ulp, also where the difference cancels by up to coth 1/4.
+// e^y and (WithDown) e^-y from one reduction, each as scale (hi + lo)
+// with scale hi and scale lo exact products, for |y| below the screen,
+// good to about 2^-68 relative (2^-15 ulp).
+//
+// -n shares the reduction: its table row is (-n) mod 64 and its scale
+// comes from the bits of S - n, so the second exponential costs a table
+// gather and a few operations.  e^(+-r) - 1 -+ r = r^2 (E(r^2) +- r O(r^2))
+// with the even and odd halves of the Taylor series to r^7 (truncation
+// 2^-75) evaluated once.  r is carried as r + r_lo (the rounding of the
+// second reduction step, by Fast2Sum) and split into rh, its top 15 bits,
+// and rl, so that Thi rh is exact (Thi has 38 bits); hi = Thi + Thi rh by
+// Fast2Sum, and lo collects that sum's error, Thi (rl + r_lo + q), Tlo and
+// Tlo (r + q) (Tlo is up to 2^-37 of Thi, so none of it may be dropped).
+// The roundings left are those of q (about 2^-16 in size) and of lo.
+// lo can be 2^-15 of hi: a caller that needs hi as the rounded value
+// renormalises the pair.
+struct exp_dd {
+    __m128d scale, hi, lo;
+};
+
+template <bool WithDown = true>
+inline void exp_pair(__m128d y, exp_dd& up, exp_dd& down) {
+    using ha = exp_double::ha;
+    const __m128d shifter = splat_bits(exp_double::kShifter);
+    const __m128d t = _mm_add_pd(_mm_mul_pd(y, splat_bits(ha::K)), shifter);
+    const __m128d nd = _mm_sub_pd(t, shifter);
+    const __m128d rhi = _mm_sub_pd(y, _mm_mul_pd(nd, splat_bits(ha::L1)));  // exact
+    const __m128d u = _mm_mul_pd(nd, splat_bits(ha::L2));
+    const __m128d r = _mm_sub_pd(rhi, u);
+    const __m128d r_lo = _mm_sub_pd(_mm_sub_pd(rhi, r), u);
+    const __m128d r2 = _mm_mul_pd(r, r);
+    // 1/k! from k = 2
+    constexpr double c[] = {1.0 / 2, 1.0 / 6, 1.0 / 24, 1.0 / 120, 1.0 / 720, 1.0 / 5040};
+    const __m128d even = _mm_add_pd(_mm_set1_pd(c[0]),
+                                    _mm_mul_pd(r2, _mm_add_pd(_mm_set1_pd(c[2]), _mm_mul_pd(r2, _mm_set1_pd(c[4])))));
+    const __m128d odd = _mm_add_pd(_mm_set1_pd(c[1]),
+                                   _mm_mul_pd(r2, _mm_add_pd(_mm_set1_pd(c[3]), _mm_mul_pd(r2, _mm_set1_pd(c[5])))));
+    const __m128d rodd = _mm_mul_pd(r, odd);
+    const __m128d rh = _mm_and_pd(r, splat_bits(0xFFFFFC0000000000ull));
+    const __m128d small = _mm_add_pd(_mm_sub_pd(r, rh), r_lo);  // rl + r_lo
+
+    __m128d thi, tlo;
+    exp_double::split_entries(_mm_castpd_si128(t), thi, tlo);
+    up.scale = exp_double::split_scale(_mm_castpd_si128(t));
+    const __m128d q_up = _mm_mul_pd(r2, _mm_add_pd(even, rodd));
+    const __m128d x_up = _mm_mul_pd(thi, rh);
+    up.hi = _mm_add_pd(thi, x_up);
+    const __m128d e_up = _mm_sub_pd(x_up, _mm_sub_pd(up.hi, thi));
+    const __m128d t_up = _mm_add_pd(tlo, _mm_mul_pd(tlo, _mm_add_pd(r, q_up)));
+    up.lo = _mm_add_pd(e_up, _mm_add_pd(_mm_mul_pd(thi, _mm_add_pd(small, q_up)), t_up));
+    if constexpr (WithDown) {
+        const __m128i tneg = _mm_castpd_si128(_mm_sub_pd(shifter, nd));
+        exp_double::split_entries(tneg, thi, tlo);
+        down.scale = exp_double::split_scale(tneg);
+        const __m128d q_down = _mm_mul_pd(r2, _mm_sub_pd(even, rodd));
+        const __m128d x_down = _mm_mul_pd(thi, rh);
+        down.hi = _mm_sub_pd(thi, x_down);
+        const __m128d e_down = _mm_sub_pd(_mm_sub_pd(thi, down.hi), x_down);
+        const __m128d t_down = _mm_add_pd(tlo, _mm_mul_pd(tlo, _mm_sub_pd(q_down, r)));
+        down.lo = _mm_add_pd(e_down, _mm_add_pd(_mm_mul_pd(thi, _mm_sub_pd(q_down, small)), t_down));
+    }
+}
+
+// (e^y + e^-y)/2 (Plus) or (e^y - e^-y)/2 for 0 <= y below the screen.
+// The heads scale hi / 2 are exact, e^y's the larger, so their sum is
+// split exactly (Fast2Sum) and its error joins the low parts: the result
+// carries its last rounding and the core's error, times coth y where the
+// difference cancels.
 template <bool Plus>
 inline __m128d half_exp_pair(__m128d y) {
-    const parts up = split<6>(y), down = split<6>(_mm_sub_pd(_mm_setzero_pd(), y));
+    exp_dd up, down;
+    exp_pair(y, up, down);
     const __m128d half = _mm_set1_pd(0.5);
-    const __m128d a = _mm_mul_pd(_mm_mul_pd(half, up.scale), up.hi);
-    __m128d b = _mm_mul_pd(_mm_mul_pd(half, down.scale), down.hi);
-    __m128d tail_down = _mm_mul_pd(down.scale, down.tail);
+    const __m128d hs_up = _mm_mul_pd(half, up.scale), hs_down = _mm_mul_pd(half, down.scale);
+    const __m128d a = _mm_mul_pd(hs_up, up.hi);
+    __m128d b = _mm_mul_pd(hs_down, down.hi);
+    __m128d lo_down = _mm_mul_pd(hs_down, down.lo);
     if constexpr (!Plus) {
         b = _mm_xor_pd(b, _mm_set1_pd(-0.0));
-        tail_down = _mm_xor_pd(tail_down, _mm_set1_pd(-0.0));
+        lo_down = _mm_xor_pd(lo_down, _mm_set1_pd(-0.0));
     }
     const __m128d s = _mm_add_pd(a, b);
     const __m128d err = _mm_sub_pd(b, _mm_sub_pd(s, a));
-    const __m128d tails = _mm_mul_pd(half, _mm_add_pd(_mm_mul_pd(up.scale, up.tail), tail_down));
-    return _mm_add_pd(s, _mm_add_pd(err, tails));
+    return _mm_add_pd(s, _mm_add_pd(err, _mm_add_pd(_mm_mul_pd(hs_up, up.lo), lo_down)));
 }
 
 // e^|x| / 2 for 708 <= |x| < 710.48, where e^|x| itself may not be a
