@@ -50,13 +50,18 @@ struct format<float> {
     static __m128 scale(__m128 t) { return _mm_castsi128_ps(_mm_slli_epi32(_mm_castps_si128(t), 23)); }
 };
 
-// A constant in every lane.  Splatting its bit pattern lets the compiler
-// keep a 16-byte constant in memory; a float splat of the same value is
-// rebuilt with a load and a shuffle on every turn.
+// A constant in every lane.  The empty asm hides the value once the
+// register holds it, so the compiler loads the whole 16-byte constant from
+// memory where it needs it again, instead of rebuilding it from a scalar
+// with a load and a shuffle, which takes a slot of the arithmetic pipes.
 template <typename T>
-inline typename lanes<T>::vec splat(T v) {
-    return lanes<T>::set1_bits(std::bit_cast<typename lanes<T>::bits>(v));
+[[gnu::always_inline]] inline typename lanes<T>::vec splat(T v) {
+    typename lanes<T>::vec r = lanes<T>::set1_bits(std::bit_cast<typename lanes<T>::bits>(v));
+    asm("" : "+x"(r));
+    return r;
 }
+// The same from a bit pattern.
+[[gnu::always_inline]] inline __m128 splat_bits(uint32_t u) { return splat(std::bit_cast<float>(u)); }
 
 // Two pieces of e^x: the scale 2^n and p = e^r - 1, so that
 // e^x = scale + scale p and e^x - 1 = scale p + (scale - 1).

@@ -10,7 +10,8 @@
 //   Cosh   e/2 + 1/(2e) with e = e^|x|
 //   Tanh   E/(E + 2) with E = e^(2|x|) - 1, |x| clamped at 10, and the sign
 // The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
-// one rounding to float decides the result: the HA routines.
+// one rounding to float decides the result: the HA routines, and the
+// scalar routine behind single Expm1's float lanes (expm1_single.cpp).
 //
 // LA and EP run in float (native below).  LA Cosh takes e^|x|/2 from the
 // HA exponential's table before its last rounding, as an exact head and a
@@ -21,7 +22,7 @@
 //   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
 //          (e - 1/e)/2 (EP by RCPPS), whose cancellation is at most
 //          coth 1 (coth 1/2)
-//   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of five terms from
+//   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of six terms from
 //          tools/exp_fits; above, 1 - 2/(e^(2|x|) + 1) from the HA
 //          exponential's unrounded head and tail, the quotient's rounding
 //          error recovered (tanh_from_parts).  EP: |x| < 1/2: x + x^3
