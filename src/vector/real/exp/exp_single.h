@@ -132,7 +132,7 @@ template <class V>
 struct kernel {
     // One mask for both fours of a group: the group leaves the fast lane
     // exactly when one of its eight inputs is at or above the threshold.
-    static __m128 screen_lanes(__m128 x) { return exp_single_core::magnitude_below<kScreen>(x); }
+    static __m128 screen_lanes(__m128 x) { return exp_single_core::magnitude_below<exp_single_core::kExpScreen>(x); }
     static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
 

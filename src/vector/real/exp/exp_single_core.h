@@ -58,11 +58,21 @@ inline constexpr constant_lanes<kCount> kLanes = [] {
 [[gnu::always_inline]] inline __m128 k(std::size_t i) { return constant_lane(kLanes, i); }
 
 // All-ones lanes where |x| is below the float with bits Threshold (NaN
-// never is), as one compare on the integer bits.
-template <int32_t Threshold>
+// never is), by one float compare of the magnitude with the threshold,
+// both memory operands: for numbers the order of the magnitudes is the
+// order of their bits, so this is the unsigned compare of the bits, in
+// fewer instructions.
+enum screen : std::size_t { kExpScreen, kExpm1Screen, kCoshScreen, kFinite, kMagnitude, kScreenCount };
+inline constexpr constant_lanes<kScreenCount> kScreens = make_constant_lanes<kScreenCount>({
+    float_of_bits(0x42AEAC50u),  // 87.3365478515625, the single exponential's
+    float_of_bits(0x42B00000u),  // 88.0, Expm1's float lanes
+    float_of_bits(0x42B2D4FCu),  // 89.41598510742188, Sinh and Cosh
+    float_of_bits(0x7F800000u),  // infinity: finite inputs pass
+    float_of_bits(0x7FFFFFFFu),
+});
+template <screen Threshold>
 [[gnu::always_inline]] inline __m128 magnitude_below(__m128 x) {
-    const __m128i magnitude = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
-    return _mm_castsi128_ps(_mm_cmplt_epi32(magnitude, _mm_set1_epi32(Threshold)));
+    return _mm_cmplt_ps(_mm_and_ps(x, constant_lane(kScreens, kMagnitude)), constant_lane(kScreens, Threshold));
 }
 
 struct reduced {

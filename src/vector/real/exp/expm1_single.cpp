@@ -25,7 +25,7 @@ using namespace qlm::vector;
 
 struct expm1_single {
     using wide = hyperbolic_single::kernel<hyperbolic_single::function::expm1, 5>;
-    static __m128 screen_lanes(__m128 x) { return exp_single_core::magnitude_below<0x42B00000>(x); }
+    static __m128 screen_lanes(__m128 x) { return exp_single_core::magnitude_below<exp_single_core::kExpm1Screen>(x); }
     static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
     [[gnu::always_inline]] static __m128 fast(__m128 x) { return exp_single_core::expm1(x); }

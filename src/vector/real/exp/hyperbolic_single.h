@@ -1,8 +1,8 @@
 // Single Expm1, Sinh, Cosh and Tanh on one plan.
 //
 // Eight elements a turn in two fours, screened before any arithmetic on
-// the magnitude (Expm1 below 88.72283935546875, where e^x leaves the
-// float range; Sinh and Cosh below 89.41598510742188; Tanh finite).  Each
+// the magnitude (Sinh and Cosh below 89.41598510742188, where the result
+// leaves the float range; Tanh finite; Expm1 below 88.0).  Each
 // four is widened to two double pairs and run through the core of
 // exp_split.h, whose error is far below a float ulp, then rounded once:
 //   Expm1  (scale hi - 1) + scale tail
@@ -58,14 +58,12 @@ struct kernel {
                                         : F == function::sinh ? "vsSinh"
                                         : F == function::cosh ? "vsCosh"
                                                               : "vsTanh";
-    static constexpr int32_t threshold = F == function::expm1 ? 0x42B17218
-                                         : F == function::tanh ? 0x7F800000
-                                                               : 0x42B2D4FC;
 
-    static bool screen(__m128 x) {
-        const __m128i mag = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
-        return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(mag, _mm_set1_epi32(threshold)))) == 0xF;
+    static __m128 screen_lanes(__m128 x) {
+        using namespace exp_single_core;
+        return magnitude_below<F == function::expm1 ? kExpm1Screen : F == function::tanh ? kFinite : kCoshScreen>(x);
     }
+    static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
 
     static __m128d pair(__m128d x) {
@@ -132,10 +130,13 @@ struct native {
     using exp_variant = std::conditional_t<Enhanced, exp_single::ep, exp_single::ha>;
     static constexpr const char* name = wide::name;
 
-    static bool screen(__m128 x) {
-        if constexpr (F == function::tanh) return wide::screen(x);
-        else return exp_single::kernel<exp_variant>::screen(x);
+    // Tanh: finite; Sinh and Cosh: the single exponential's screen.  One
+    // mask for both fours of a group.
+    static __m128 screen_lanes(__m128 x) {
+        if constexpr (F == function::tanh) return exp_single_core::magnitude_below<exp_single_core::kFinite>(x);
+        else return exp_single::kernel<exp_variant>::screen_lanes(x);
     }
+    static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
 
     // RCPPS's 12 bits suffice where the reciprocal is a minor term (Cosh,
