@@ -26,7 +26,6 @@ namespace {
 
 constexpr mpfr_prec_t P = 256;
 
-
 struct mp {
     mpfr_t v;
     mp() { mpfr_init2(v, P); mpfr_set_ui(v, 0, MPFR_RNDN); }
@@ -185,8 +184,8 @@ struct fit {
 int main() {
     const double ln2 = 0.69314718055994530942;
     const fit fits[] = {
-        {"expm1_single", "e^r - 1 in float for |r| <= ln2/2 (single Expm1, Sinh and Cosh LA)", ln2 / 2, 5, true},
-        {"exp_single_la", "e^r in float for |r| <= ln2/2 (single Exp LA, Tanh LA above its cut)", ln2 / 2, 4, true},
+        {"expm1_single", "e^r - 1 in float for |r| <= ln2/2 (single Expm1)", ln2 / 2, 5, true},
+        {"exp_single_la", "e^r in float for |r| <= ln2/2 (single Exp LA)", ln2 / 2, 4, true},
         {"exp_single_ep", "e^r in float for |r| <= ln2/2 (single Exp EP and the hyperbolic EP routines)", ln2 / 2, 2, true},
     };
     std::printf("// Polynomial fits of the table-free exponential cores.  Generated, do not edit:\n");
@@ -243,61 +242,18 @@ int main() {
         std::printf("};\n");
     }
     {
-        // tanh x = x + x^3 P(x^2) below the cut of the single LA routine
-        // (0.55, with room), under which its other formula, 1 - 2/(e^2x +
-        // 1), would pass too much of its quotient's error to the difference.
-        const double w_max = 0.36;
-        const auto exact = interpolate(tanh_target, 0.0, w_max, 5);
+        // tanh x = x + x^3 P(x^2) for |x| < 0.55, where tanh x < 1/2 and the
+        // other formula of the single LA routine would cancel.
+        const double w_max = 0.3025;
+        const auto exact = interpolate(tanh_target, 0.0, w_max, 4);
         std::vector<float> rounded;
         for (const mp& c : exact) rounded.push_back(mpfr_get_flt(c.v, MPFR_RNDN));
-        std::printf("\n// tanh x = x + x^3 P(x^2) in float for |x| <= 0.6 (single Tanh LA); P of\n");
-        std::printf("// degree %d interpolating (tanh x - x)/x^3 at the Chebyshev nodes of\n", 5);
+        std::printf("\n// tanh x = x + x^3 P(x^2) in float for |x| <= 0.55 (single Tanh LA); P of\n");
+        std::printf("// degree 4 interpolating (tanh x - x)/x^3 at the Chebyshev nodes of\n");
         std::printf("// x^2 in [0, %.4g].  Relative error of x + x^3 P: 2^%.1f.\n", w_max, measure_tanh(rounded, w_max));
         std::printf("inline constexpr float tanh_single_la[] = {");
         for (std::size_t k = 0; k < rounded.size(); ++k) std::printf("%s%.9gf", k ? ", " : "", rounded[k]);
         std::printf("};\n");
-    }
-    {
-        // The halves of expm1_single for the single Sinh and Cosh LA
-        // routines: the nodes are symmetric, so the even coefficients
-        // interpolate (cosh r - 1)/r^2 and the odd ones (sinh r - r)/r^3,
-        // cosh r = 1 + r^2 E(r^2) and sinh r = r + r^3 O(r^2); each half is
-        // measured against its own function, small next to e^r where r is.
-        const double h = ln2 / 2;
-        std::vector<float> even, odd;
-        const auto exact = interpolate(exp_target, -h, h, 5);
-        for (std::size_t k = 0; k < exact.size(); ++k)
-            (k % 2 ? odd : even).push_back(mpfr_get_flt(exact[k].v, MPFR_RNDN));
-        double worst_even = 0, worst_odd = 0;
-        for (int i = 1; i <= 20000; ++i) {
-            mp r, w, p, t, e;
-            mpfr_set_d(r.v, h * i / 20000.0, MPFR_RNDN);
-            mpfr_sqr(w.v, r.v, MPFR_RNDN);
-            for (int part = 0; part < 2; ++part) {
-                const std::vector<float>& c = part ? odd : even;
-                mpfr_set_d(p.v, c.back(), MPFR_RNDN);
-                for (int k = static_cast<int>(c.size()) - 2; k >= 0; --k) {
-                    mpfr_mul(p.v, p.v, w.v, MPFR_RNDN);
-                    mpfr_add_d(p.v, p.v, c[k], MPFR_RNDN);
-                }
-                mpfr_mul(t.v, p.v, w.v, MPFR_RNDN);
-                if (part) {
-                    mpfr_mul(t.v, t.v, r.v, MPFR_RNDN);
-                    mpfr_add(t.v, t.v, r.v, MPFR_RNDN);
-                    mpfr_sinh(e.v, r.v, MPFR_RNDN);
-                } else {
-                    mpfr_add_ui(t.v, t.v, 1, MPFR_RNDN);
-                    mpfr_cosh(e.v, r.v, MPFR_RNDN);
-                }
-                mpfr_sub(t.v, t.v, e.v, MPFR_RNDN);
-                mpfr_div(t.v, t.v, e.v, MPFR_RNDN);
-                double& worst = part ? worst_odd : worst_even;
-                worst = std::fmax(worst, std::fabs(mpfr_get_d(t.v, MPFR_RNDN)));
-            }
-        }
-        std::printf("\n// The even and odd coefficients of expm1_single, cosh r = 1 + r^2 E(r^2)\n");
-        std::printf("// and sinh r = r + r^3 O(r^2) (single Sinh and Cosh LA): relative error of\n");
-        std::printf("// cosh: 2^%.1f; of sinh: 2^%.1f.\n", std::log2(worst_even), std::log2(worst_odd));
     }
     std::printf("\n}  // namespace qlm::vector::exp_fits\n");
 }

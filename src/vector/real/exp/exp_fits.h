@@ -6,11 +6,11 @@
 
 namespace qlm::vector::exp_fits {
 
-// e^r - 1 in float for |r| <= ln2/2 (single Expm1, Sinh and Cosh LA); h = 0.34657359027997264, degree 5 of p.
+// e^r - 1 in float for |r| <= ln2/2 (single Expm1); h = 0.34657359027997264, degree 5 of p.
 // Relative error of 1 + r + r^2 p: 2^-30.4; of r + r^2 p against e^r - 1: 2^-29.2.
 inline constexpr float expm1_single[] = {0.5f, 0.166666672f, 0.0416664667f, 0.00833331048f, 0.00139336416f, 0.000198909809f};
 
-// e^r in float for |r| <= ln2/2 (single Exp LA, Tanh LA above its cut); h = 0.34657359027997264, degree 4 of p.
+// e^r in float for |r| <= ln2/2 (single Exp LA); h = 0.34657359027997264, degree 4 of p.
 // Relative error of 1 + r + r^2 p: 2^-26.6; of r + r^2 p against e^r - 1: 2^-25.3.
 inline constexpr float exp_single_la[] = {0.5f, 0.166665778f, 0.0416665561f, 0.00836317334f, 0.00139261759f};
 
@@ -22,13 +22,9 @@ inline constexpr float exp_single_ep[] = {0.5f, 0.167418987f, 0.0417919867f};
 // interpolating (e^r - 1)/r at the Chebyshev nodes.  Relative error: 2^-12.3.
 inline constexpr float exp_single_ep_short[] = {1.000000000e+00f, 5.037648082e-01f, 1.674189866e-01f};
 
-// tanh x = x + x^3 P(x^2) in float for |x| <= 0.6 (single Tanh LA); P of
-// degree 5 interpolating (tanh x - x)/x^3 at the Chebyshev nodes of
-// x^2 in [0, 0.36].  Relative error of x + x^3 P: 2^-27.9.
-inline constexpr float tanh_single_la[] = {-0.333333343f, 0.133333132f, -0.0539615527f, 0.0217883214f, -0.00841007102f, 0.00237076567f};
-
-// The even and odd coefficients of expm1_single, cosh r = 1 + r^2 E(r^2)
-// and sinh r = r + r^3 O(r^2) (single Sinh and Cosh LA): relative error of
-// cosh: 2^-31.7; of sinh: 2^-30.8.
+// tanh x = x + x^3 P(x^2) in float for |x| <= 0.55 (single Tanh LA); P of
+// degree 4 interpolating (tanh x - x)/x^3 at the Chebyshev nodes of
+// x^2 in [0, 0.3025].  Relative error of x + x^3 P: 2^-27.5.
+inline constexpr float tanh_single_la[] = {-0.333333313f, 0.133331135f, -0.0539094284f, 0.0213093888f, -0.00661022775f};
 
 }  // namespace qlm::vector::exp_fits

@@ -22,7 +22,7 @@
 //   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
 //          (e - 1/e)/2 (EP by RCPPS), whose cancellation is at most
 //          coth 1 (coth 1/2)
-//   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of six terms from
+//   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of five terms from
 //          tools/exp_fits; above, 1 - 2/(e^(2|x|) + 1) from the HA
 //          exponential's unrounded head and tail, the quotient's rounding
 //          error recovered (tanh_from_parts).  EP: |x| < 1/2: x + x^3
