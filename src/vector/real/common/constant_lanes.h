@@ -46,4 +46,12 @@ template <std::size_t N>
 
 constexpr float float_of_bits(uint32_t u) { return std::bit_cast<float>(u); }
 
+// One constant as a register from its own 16-byte row: lane_of<0.5f>().
+template <float V>
+inline constexpr constant_lanes<1> kLaneOf = make_constant_lanes<1>({V});
+template <float V>
+[[gnu::always_inline]] inline __m128 lane_of() {
+    return constant_lane(kLaneOf<V>, 0);
+}
+
 }  // namespace qlm::vector

@@ -53,12 +53,12 @@ struct ha {
     // ((Tlo + r) + r^2/2) T, |tail| < 0.006 hi: the result before its last
     // rounding, for routines that add something to it.
     static __m128 parts(__m128 x, __m128i& m, __m128& tail) {
-        const __m128 shifter = exp_short::splat_bits(kShifter);
-        const __m128 t = _mm_add_ps(_mm_mul_ps(x, exp_short::splat_bits(0x4338AA3Bu)), shifter);
+        const __m128 shifter = lane_of<float_of_bits(kShifter)>();
+        const __m128 t = _mm_add_ps(_mm_mul_ps(x, lane_of<float_of_bits(0x4338AA3Bu)>()), shifter);
         const __m128i bits = _mm_castps_si128(t);
         const __m128 nf = _mm_sub_ps(t, shifter);
-        const __m128 r = _mm_sub_ps(_mm_sub_ps(x, _mm_mul_ps(nf, exp_short::splat_bits(0x3BB18000u))),
-                                    _mm_mul_ps(nf, exp_short::splat_bits(0xB5DE8083u)));
+        const __m128 r = _mm_sub_ps(_mm_sub_ps(x, _mm_mul_ps(nf, lane_of<float_of_bits(0x3BB18000u)>())),
+                                    _mm_mul_ps(nf, lane_of<float_of_bits(0xB5DE8083u)>()));
         const auto* table = exp_tables::single;
         const int j0 = _mm_cvtsi128_si32(bits) & 127, j1 = _mm_extract_epi32(bits, 1) & 127,
                   j2 = _mm_extract_epi32(bits, 2) & 127, j3 = _mm_extract_epi32(bits, 3) & 127;
@@ -70,7 +70,7 @@ struct ha {
         const __m128 hi = _mm_movelh_ps(e01, e23);
         m = _mm_sub_epi32(_mm_srli_epi32(bits, 7), _mm_set1_epi32(kShifter >> 7));
         const __m128 s = _mm_add_ps(_mm_add_ps(_mm_movehl_ps(e23, e01), r),
-                                    _mm_mul_ps(exp_short::splat(0.5f), _mm_mul_ps(r, r)));
+                                    _mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(r, r)));
         tail = _mm_mul_ps(s, hi);
         return hi;
     }
@@ -89,7 +89,7 @@ struct la {
     static __m128 mantissa(__m128 x, __m128i& m) {
         const auto v = exp_single_core::reduce<false>(x);
         m = _mm_sub_epi32(_mm_srli_epi32(exp_single_core::scale_bits(v.t), 23), _mm_set1_epi32(127));
-        return _mm_add_ps(exp_short::splat(1.0f), _mm_add_ps(v.r, exp_single_core::p_term(v.r)));
+        return _mm_add_ps(lane_of<1.0f>(), _mm_add_ps(v.r, exp_single_core::p_term(v.r)));
     }
 };
 
@@ -104,7 +104,7 @@ struct table_free {
     static __m128 mantissa(__m128 x, __m128i& m) {
         const auto s = exp_short::split<float, Coefficients, OnePiece>(x);
         m = _mm_sub_epi32(_mm_srli_epi32(_mm_castps_si128(s.scale), 23), _mm_set1_epi32(127));
-        return _mm_add_ps(exp_short::splat(1.0f), s.p);
+        return _mm_add_ps(lane_of<1.0f>(), s.p);
     }
 };
 
