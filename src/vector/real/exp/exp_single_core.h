@@ -57,11 +57,11 @@ inline constexpr constant_lanes<kCount> kLanes = [] {
 
 [[gnu::always_inline]] inline __m128 k(std::size_t i) { return constant_lane(kLanes, i); }
 
-// All-ones lanes where |x| is below the float with bits Threshold (NaN
-// never is), by one float compare of the magnitude with the threshold,
-// both memory operands: for numbers the order of the magnitudes is the
-// order of their bits, so this is the unsigned compare of the bits, in
-// fewer instructions.
+// All-ones lanes where |x| is below the threshold row (NaN never is), by
+// one float compare of the magnitude with the threshold, both memory
+// operands: for numbers the order of the magnitudes is the order of their
+// bits, so this is the unsigned compare of the bits in fewer instructions
+// (a denormal read as 0 under DAZ is below every threshold, as its bits).
 enum screen : std::size_t { kExpScreen, kExpm1Screen, kCoshScreen, kFinite, kMagnitude, kScreenCount };
 inline constexpr constant_lanes<kScreenCount> kScreens = make_constant_lanes<kScreenCount>({
     float_of_bits(0x42AEAC50u),  // 87.3365478515625, the single exponential's
@@ -126,6 +126,7 @@ template <bool WithError>
     const __m128 r = v.r, r2 = _mm_mul_ps(r, r);
     // e^r - 1 = r + r^2/2 + r^3 P1(r), P1 the fit without its constant
     // 1/2, by Estrin's scheme.
+    static_assert(exp_fits::expm1_single[0] == 0.5f, "the r^2 term is taken apart as r^2/2");
     const __m128 a0 = _mm_add_ps(k(kExpm1 + 1), _mm_mul_ps(r, k(kExpm1 + 2)));
     const __m128 a1 = _mm_add_ps(k(kExpm1 + 3), _mm_mul_ps(r, k(kExpm1 + 4)));
     const __m128 p1 = _mm_add_ps(a0, _mm_mul_ps(r2, _mm_add_ps(a1, _mm_mul_ps(r2, k(kExpm1 + 5)))));
