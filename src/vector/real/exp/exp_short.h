@@ -1,18 +1,17 @@
-// The table-free exponential core, one plan for float and double lanes.
+// The table-free exponential core of the single EP routines.
 //
 // n = round(x/ln 2) by adding a shifter whose sum keeps n + bias in its
 // low bits (the exponent bias is folded into the shifter, so the scale
 // 2^n is those bits shifted into the exponent field with no addition);
-// r = x - n ln 2, |r| <= ln2/2, in one piece when the element is double
-// (n ln 2 is then off by at most 2^-44 relative to r, far below the float
-// results this core serves) and in two in float, where the first piece
-// has 15 significant bits so that n times it is exact.
+// r = x - n ln 2, |r| <= ln2/2, in two pieces, the first of 15
+// significant bits so that n times it is exact, or in one where the
+// routine's error budget has room for ln 2 rounded to float.
 // e^r - 1 = r + r^2 P(r), P interpolating (e^r - 1 - r)/r^2 at Chebyshev
 // nodes of [-ln2/2, ln2/2] (tools/exp_fits, errors in exp_fits.h).
-// No table loads: a group's four or eight lanes never leave the registers.
+// No table loads: a group's eight lanes never leave the registers.
 //
-// Range: the scale must be a normal number, |n| <= 126 in float and
-// |n| <= 1022 in double; the kernels' screens keep it there.
+// Range: the scale must be a normal number, |n| <= 126; the kernels'
+// screens keep it there.
 #pragma once
 
 #include <smmintrin.h>
@@ -29,17 +28,6 @@ template <typename T>
 struct format;
 
 template <>
-struct format<double> {
-    // 1.5 * 2^52 + 1023
-    static constexpr uint64_t shifter = 0x43380000000003FFull;
-    static constexpr uint64_t inv_ln2 = 0x3FF71547652B82FEull;
-    static constexpr uint64_t ln2_hi = 0x3FE62E42FEFA39EFull;
-    static constexpr uint64_t ln2_lo = 0;
-    static constexpr uint64_t ln2 = ln2_hi;
-    static __m128d scale(__m128d t) { return _mm_castsi128_pd(_mm_slli_epi64(_mm_castpd_si128(t), 52)); }
-};
-
-template <>
 struct format<float> {
     // 1.5 * 2^23 + 127
     static constexpr uint32_t shifter = 0x4B40007Fu;
@@ -50,13 +38,18 @@ struct format<float> {
     static __m128 scale(__m128 t) { return _mm_castsi128_ps(_mm_slli_epi32(_mm_castps_si128(t), 23)); }
 };
 
-// A constant in every lane.  Splatting its bit pattern lets the compiler
-// keep a 16-byte constant in memory; a float splat of the same value is
-// rebuilt with a load and a shuffle on every turn.
+// A constant in every lane.  The empty asm hides the value once the
+// register holds it, so the compiler loads the whole 16-byte constant from
+// memory where it needs it again, instead of rebuilding it from a scalar
+// with a load and a shuffle, which takes a slot of the arithmetic pipes.
 template <typename T>
-inline typename lanes<T>::vec splat(T v) {
-    return lanes<T>::set1_bits(std::bit_cast<typename lanes<T>::bits>(v));
+[[gnu::always_inline]] inline typename lanes<T>::vec splat(T v) {
+    typename lanes<T>::vec r = lanes<T>::set1_bits(std::bit_cast<typename lanes<T>::bits>(v));
+    asm("" : "+x"(r));
+    return r;
 }
+// The same from a bit pattern.
+[[gnu::always_inline]] inline __m128 splat_bits(uint32_t u) { return splat(std::bit_cast<float>(u)); }
 
 // Two pieces of e^x: the scale 2^n and p = e^r - 1, so that
 // e^x = scale + scale p and e^x - 1 = scale p + (scale - 1).
@@ -75,7 +68,7 @@ inline parts<T> split(typename lanes<T>::vec x) {
     const auto t = L::add(L::mul(x, L::set1_bits(F::inv_ln2)), shifter);
     const auto n = L::sub(t, shifter);
     typename L::vec r;
-    if constexpr (F::ln2_lo == 0 || OnePiece) r = L::sub(x, L::mul(n, L::set1_bits(F::ln2)));
+    if constexpr (OnePiece) r = L::sub(x, L::mul(n, L::set1_bits(F::ln2)));
     else r = L::sub(L::sub(x, L::mul(n, L::set1_bits(F::ln2_hi))), L::mul(n, L::set1_bits(F::ln2_lo)));
     constexpr int last = sizeof(Coefficients) / sizeof(Coefficients[0]) - 1;
     auto q = splat<T>(Coefficients[last]);
@@ -103,14 +96,6 @@ template <typename T>
 inline typename lanes<T>::vec exp_of(const parts<T>& s) {
     using L = lanes<T>;
     return L::mul(s.scale, L::add(splat(T(1)), s.p));
-}
-
-// scale - 1 is exact for -53 <= n <= 53 in double; beyond, its rounding is
-// 2^-53 relative to a result near -1 or near the scale.
-template <typename T>
-inline typename lanes<T>::vec expm1_of(const parts<T>& s) {
-    using L = lanes<T>;
-    return L::add(L::mul(s.scale, s.p), L::sub(s.scale, splat(T(1))));
 }
 
 }  // namespace qlm::vector::exp_short

@@ -8,9 +8,10 @@
 //
 //   HA  128-entry table, K = 128/ln 2; r = (x - n C1) - n C2;
 //       e^x = (((Tlo + r) + r^2/2) T + T) 2^(n/128), Tlo relative to T.
-//   LA  no table (exp_short.h): n = round(x/ln 2), r in two pieces,
-//       e^r = 1 + r + r^2 P(r) with P of degree 4 fitted by
-//       tools/exp_fits (2^-26.6 relative); measured under 1.1 ulp.
+//   LA  no table (exp_single_core.h): n = round(x/ln 2), r in two
+//       pieces, e^r = 1 + (r + r^2 P(r)) with P of degree 4 fitted by
+//       tools/exp_fits (2^-26.6 relative) and evaluated in its even and
+//       odd halves; measured under 1 ulp.
 //   EP  no table, r in one piece, e^r = 1 + r Q(r) with Q of degree 2
 //       fitted by tools/exp_fits (2^-12.3 relative, at least 12 correct
 //       bits).
@@ -30,6 +31,7 @@
 #include "frame/error_path.h"
 #include "vector/real/exp/exp_double.h"
 #include "vector/real/exp/exp_short.h"
+#include "vector/real/exp/exp_single_core.h"
 #include "vector/real/exp/exp_tables.h"
 #include "vector/real/lane_loops.h"
 
@@ -51,12 +53,12 @@ struct ha {
     // ((Tlo + r) + r^2/2) T, |tail| < 0.006 hi: the result before its last
     // rounding, for routines that add something to it.
     static __m128 parts(__m128 x, __m128i& m, __m128& tail) {
-        const __m128 shifter = splat_bits32(kShifter);
-        const __m128 t = _mm_add_ps(_mm_mul_ps(x, splat_bits32(0x4338AA3Bu)), shifter);
+        const __m128 shifter = lane_of<float_of_bits(kShifter)>();
+        const __m128 t = _mm_add_ps(_mm_mul_ps(x, lane_of<float_of_bits(0x4338AA3Bu)>()), shifter);
         const __m128i bits = _mm_castps_si128(t);
         const __m128 nf = _mm_sub_ps(t, shifter);
-        const __m128 r = _mm_sub_ps(_mm_sub_ps(x, _mm_mul_ps(nf, splat_bits32(0x3BB18000u))),
-                                    _mm_mul_ps(nf, splat_bits32(0xB5DE8083u)));
+        const __m128 r = _mm_sub_ps(_mm_sub_ps(x, _mm_mul_ps(nf, lane_of<float_of_bits(0x3BB18000u)>())),
+                                    _mm_mul_ps(nf, lane_of<float_of_bits(0xB5DE8083u)>()));
         const auto* table = exp_tables::single;
         const int j0 = _mm_cvtsi128_si32(bits) & 127, j1 = _mm_extract_epi32(bits, 1) & 127,
                   j2 = _mm_extract_epi32(bits, 2) & 127, j3 = _mm_extract_epi32(bits, 3) & 127;
@@ -68,7 +70,7 @@ struct ha {
         const __m128 hi = _mm_movelh_ps(e01, e23);
         m = _mm_sub_epi32(_mm_srli_epi32(bits, 7), _mm_set1_epi32(kShifter >> 7));
         const __m128 s = _mm_add_ps(_mm_add_ps(_mm_movehl_ps(e23, e01), r),
-                                    _mm_mul_ps(exp_short::splat(0.5f), _mm_mul_ps(r, r)));
+                                    _mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(r, r)));
         tail = _mm_mul_ps(s, hi);
         return hi;
     }
@@ -79,9 +81,20 @@ struct ha {
     }
 };
 
-// LA and EP: no table, the core of exp_short.h.  LA keeps the two-piece
-// reduction and e^r of degree 6 (2^-26.6 relative, about one ulp with the
-// roundings); EP a one-piece reduction and e^r of degree 4 (2^-16.1).
+// LA: the float core of exp_single_core.h, its constants as memory
+// operands.
+struct la {
+    [[gnu::always_inline]] static __m128 exp(__m128 x) { return exp_single_core::exp(x); }
+    // For the scalar routine: the result with scale 1 and the exponent n.
+    static __m128 mantissa(__m128 x, __m128i& m) {
+        const auto v = exp_single_core::reduce<false>(x);
+        m = _mm_sub_epi32(_mm_srli_epi32(exp_single_core::scale_bits(v.t), 23), _mm_set1_epi32(127));
+        return _mm_add_ps(lane_of<1.0f>(), _mm_add_ps(v.r, exp_single_core::p_term(v.r)));
+    }
+};
+
+// EP's hyperbolic routines: no table, the core of exp_short.h, a one-piece
+// reduction and e^r of degree 4 (2^-16.1).
 template <const auto& Coefficients, bool OnePiece>
 struct table_free {
     static __m128 exp(__m128 x) {
@@ -91,11 +104,10 @@ struct table_free {
     static __m128 mantissa(__m128 x, __m128i& m) {
         const auto s = exp_short::split<float, Coefficients, OnePiece>(x);
         m = _mm_sub_epi32(_mm_srli_epi32(_mm_castps_si128(s.scale), 23), _mm_set1_epi32(127));
-        return _mm_add_ps(exp_short::splat(1.0f), s.p);
+        return _mm_add_ps(lane_of<1.0f>(), s.p);
     }
 };
 
-using la = table_free<exp_fits::exp_single_la, false>;
 // The EP exponential behind the hyperbolic EP routines, which need its
 // 16 bits to keep their own 11 after their cancellations.
 using ep = table_free<exp_fits::exp_single_ep, true>;
@@ -118,13 +130,13 @@ struct ep_short {
 
 template <class V>
 struct kernel {
-    static bool screen(__m128 x) {
-        const __m128i mag = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
-        return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(mag, _mm_set1_epi32(kScreen)))) == 0xF;
-    }
+    // One mask for both fours of a group: the group leaves the fast lane
+    // exactly when one of its eight inputs is at or above the threshold.
+    static __m128 screen_lanes(__m128 x) { return exp_single_core::magnitude_below<exp_single_core::kExpScreen>(x); }
+    static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
 
-    static __m128 fast(__m128 x) {
+    [[gnu::always_inline]] static __m128 fast(__m128 x) {
         if constexpr (requires { V::exp(x); }) return V::exp(x);
         __m128i m;
         const __m128 mant = V::mantissa(x, m);

@@ -1,8 +1,8 @@
 // Single Expm1, Sinh, Cosh and Tanh on one plan.
 //
 // Eight elements a turn in two fours, screened before any arithmetic on
-// the magnitude (Expm1 below 88.72283935546875, where e^x leaves the
-// float range; Sinh and Cosh below 89.41598510742188; Tanh finite).  Each
+// the magnitude (Sinh and Cosh below 89.41598510742188, where the result
+// leaves the float range; Tanh finite; Expm1 below 88.0).  Each
 // four is widened to two double pairs and run through the core of
 // exp_split.h, whose error is far below a float ulp, then rounded once:
 //   Expm1  (scale hi - 1) + scale tail
@@ -10,7 +10,8 @@
 //   Cosh   e/2 + 1/(2e) with e = e^|x|
 //   Tanh   E/(E + 2) with E = e^(2|x|) - 1, |x| clamped at 10, and the sign
 // The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
-// one rounding to float decides the result: the HA routines.
+// one rounding to float decides the result: the HA routines, and the
+// scalar routine behind single Expm1's float lanes (expm1_single.cpp).
 //
 // LA and EP run in float (native below).  LA Cosh takes e^|x|/2 from the
 // HA exponential's table before its last rounding, as an exact head and a
@@ -38,10 +39,13 @@
 
 #include <smmintrin.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <type_traits>
 
 #include "frame/error_path.h"
+#include "vector/real/common/constant_lanes.h"
 #include "vector/real/exp/exp_short.h"
 #include "vector/real/exp/exp_single.h"
 #include "vector/real/exp/exp_split.h"
@@ -57,14 +61,12 @@ struct kernel {
                                         : F == function::sinh ? "vsSinh"
                                         : F == function::cosh ? "vsCosh"
                                                               : "vsTanh";
-    static constexpr int32_t threshold = F == function::expm1 ? 0x42B17218
-                                         : F == function::tanh ? 0x7F800000
-                                                               : 0x42B2D4FC;
 
-    static bool screen(__m128 x) {
-        const __m128i mag = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(0x7FFFFFFF));
-        return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(mag, _mm_set1_epi32(threshold)))) == 0xF;
+    static __m128 screen_lanes(__m128 x) {
+        using namespace exp_single_core;
+        return magnitude_below<F == function::expm1 ? kExpm1Screen : F == function::tanh ? kFinite : kCoshScreen>(x);
     }
+    static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
 
     static __m128d pair(__m128d x) {
@@ -109,21 +111,29 @@ struct kernel {
     }
 };
 
-// Horner in w over float coefficients, each splatted from its bits.
-template <int N>
-inline __m128 horner(__m128 w, const float (&c)[N], int terms = N) {
-    __m128 q = exp_short::splat(c[terms - 1]);
-    for (int k = terms - 2; k >= 0; --k) q = _mm_add_ps(exp_short::splat(c[k]), _mm_mul_ps(w, q));
+// Horner in w over the first Terms coefficients of C, each a memory
+// operand (constant_lanes.h).
+template <const auto& C, std::size_t Terms = std::size(C)>
+[[gnu::always_inline]] inline __m128 horner(__m128 w) {
+    static constexpr auto table = make_constant_lanes(C);
+    __m128 q = constant_lane(table, Terms - 1);
+    for (std::size_t k = Terms - 1; k-- > 0;) q = _mm_add_ps(constant_lane(table, k), _mm_mul_ps(w, q));
     return q;
 }
 
+// 1/3!, 1/5!, ...: the odd Taylor series of sinh after its first term.
+inline constexpr float kSinhTaylor[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
+
 // The odd Taylor series of sinh in y^2 = w, with the given number of
 // terms after the first.
-template <int Terms>
+template <std::size_t Terms>
 inline __m128 sinh_series(__m128 y, __m128 w) {
-    static constexpr float c[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f / 362880, 1.0f / 39916800};
-    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), horner(w, c, Terms)));
+    return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), horner<kSinhTaylor, Terms>(w)));
 }
+
+// tanh x = x + x^3 P(x^2) for the EP routine below 1/2, P interpolated at
+// Chebyshev nodes in x^2 on (0, 1/4]: 2^-17 relative.
+inline constexpr float kTanhEp[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
 
 template <function F, bool Enhanced>
 struct native {
@@ -131,17 +141,20 @@ struct native {
     using exp_variant = std::conditional_t<Enhanced, exp_single::ep, exp_single::ha>;
     static constexpr const char* name = wide::name;
 
-    static bool screen(__m128 x) {
-        if constexpr (F == function::tanh) return wide::screen(x);
-        else return exp_single::kernel<exp_variant>::screen(x);
+    // Tanh: finite; Sinh and Cosh: the single exponential's screen.  One
+    // mask for both fours of a group.
+    static __m128 screen_lanes(__m128 x) {
+        if constexpr (F == function::tanh) return exp_single_core::magnitude_below<exp_single_core::kFinite>(x);
+        else return exp_single::kernel<exp_variant>::screen_lanes(x);
     }
+    static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
 
     // RCPPS's 12 bits suffice where the reciprocal is a minor term (Cosh,
     // Sinh above the cut); in Tanh it makes the result, and is divided.
     static __m128 reciprocal(__m128 v) {
         if constexpr (Enhanced && F != function::tanh) return _mm_rcp_ps(v);
-        else return _mm_div_ps(exp_short::splat(1.0f), v);
+        else return _mm_div_ps(lane_of<1.0f>(), v);
     }
 
     // LA Cosh: e^y/2 = H + L from the HA exponential before its last
@@ -155,7 +168,7 @@ struct native {
         const __m128 hi = exp_single::ha::parts(y, m, tail);
         const __m128 half_scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(126)), 23));
         const __m128 h = _mm_mul_ps(hi, half_scale), l = _mm_mul_ps(tail, half_scale);
-        return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(exp_short::splat(0.25f), _mm_add_ps(h, l))));
+        return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(h, l))));
     }
 
     // LA Tanh for |x| >= 0.55, from v = 2|x|: 1 - 2/(e^v + 1) with e^v =
@@ -170,21 +183,21 @@ struct native {
         __m128 tail;
         const __m128 hi = exp_single::ha::parts(v, m, tail);
         const __m128 scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(127)), 23));
-        const __m128 h = _mm_mul_ps(hi, scale), l = _mm_mul_ps(tail, scale), one = exp_short::splat(1.0f);
+        const __m128 h = _mm_mul_ps(hi, scale), l = _mm_mul_ps(tail, scale), one = lane_of<1.0f>();
         const __m128 d1 = _mm_add_ps(h, one);
         const __m128 dh = _mm_add_ps(d1, l);
         const __m128 dl = _mm_add_ps(_mm_sub_ps(one, _mm_sub_ps(d1, h)), _mm_sub_ps(l, _mm_sub_ps(dh, d1)));
-        const __m128 q0 = _mm_div_ps(exp_short::splat(2.0f), dh);
+        const __m128 q0 = _mm_div_ps(lane_of<2.0f>(), dh);
         const __m128 s = _mm_sub_ps(one, q0);
         const __m128 err = _mm_sub_ps(_mm_sub_ps(one, s), q0);
-        const __m128 correction = _mm_mul_ps(_mm_mul_ps(exp_short::splat(0.5f), _mm_mul_ps(q0, q0)), dl);
+        const __m128 correction = _mm_mul_ps(_mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(q0, q0)), dl);
         return _mm_add_ps(s, _mm_add_ps(err, correction));
     }
 
     static __m128 fast(__m128 x) {
-        const __m128 sign = _mm_and_ps(x, exp_short::splat(-0.0f));
-        const __m128 y = _mm_andnot_ps(exp_short::splat(-0.0f), x), half = exp_short::splat(0.5f);
-        const __m128 one = exp_short::splat(1.0f);
+        const __m128 sign = _mm_and_ps(x, lane_of<-0.0f>());
+        const __m128 y = _mm_andnot_ps(lane_of<-0.0f>(), x), half = lane_of<0.5f>();
+        const __m128 one = lane_of<1.0f>();
         if constexpr (F == function::cosh && !Enhanced) {
             return cosh_from_parts(y);
         } else if constexpr (F == function::cosh) {
@@ -197,21 +210,19 @@ struct native {
             const __m128 cut = Enhanced ? half : one;
             return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
         } else {
-            const __m128 c = _mm_min_ps(y, exp_short::splat(10.0f));
+            const __m128 c = _mm_min_ps(y, lane_of<10.0f>());
             const __m128 w = _mm_mul_ps(c, c);
             if constexpr (Enhanced) {
                 const __m128 e = exp_single::kernel<exp_variant>::fast(_mm_add_ps(c, c));
                 const __m128 large =
-                    _mm_sub_ps(one, _mm_mul_ps(exp_short::splat(2.0f), reciprocal(_mm_add_ps(e, one))));
-                // |x| < 1/2: x + x^3 P(x^2), P interpolated at Chebyshev
-                // nodes in x^2 on (0, 1/4]: 2^-17 relative.
-                static constexpr float ep[] = {-0.333333045f, 0.133060426f, -0.0483468734f};
-                const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), horner(w, ep)));
+                    _mm_sub_ps(one, _mm_mul_ps(lane_of<2.0f>(), reciprocal(_mm_add_ps(e, one))));
+                // |x| < 1/2: x + x^3 P(x^2).
+                const __m128 small = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), horner<kTanhEp>(w)));
                 return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(c, half)));
             } else {
                 const __m128 small =
-                    _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), horner(w, exp_fits::tanh_single_la)));
-                const __m128 cut = exp_short::splat(0.55f);
+                    _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(c, w), horner<exp_fits::tanh_single_la>(w)));
+                const __m128 cut = lane_of<0.55f>();
                 return _mm_or_ps(sign, _mm_blendv_ps(tanh_from_parts(_mm_add_ps(c, c)), small, _mm_cmplt_ps(c, cut)));
             }
         }

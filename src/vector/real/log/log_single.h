@@ -22,6 +22,7 @@
 #include <cstdint>
 
 #include "frame/error_path.h"
+#include "vector/real/common/constant_lanes.h"
 #include "vector/real/lane_loops.h"
 #include "vector/real/log/log_double.h"
 #include "vector/real/log/log_single_fits.h"
@@ -106,18 +107,14 @@ struct kernel {
 // 0x00800000) unsigned at most 0x7EFFFFFF; Log1p takes x > -1 and x < +inf
 // by ordered float compares, which NaN fails and denormals pass (u = 1
 // and the result is x).
-// Coefficients stored as whole registers, so that each enters the
-// arithmetic as a memory operand instead of being broadcast in the loop.
+// Coefficients stored as whole registers (constant_lanes.h), so that each
+// enters the arithmetic as a memory operand instead of being broadcast in
+// the loop.
 template <std::size_t N>
-struct splat_table {
-    alignas(16) float v[N][4];
-};
+using splat_table = constant_lanes<N>;
 template <std::size_t N>
 constexpr splat_table<N> splat(const float (&c)[N]) {
-    splat_table<N> t{};
-    for (std::size_t i = 0; i < N; ++i)
-        for (float& lane : t.v[i]) lane = c[i];
-    return t;
+    return make_constant_lanes(c);
 }
 
 template <int Slot>
