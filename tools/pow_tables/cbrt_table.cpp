@@ -59,8 +59,9 @@ void row_t(int s, double c, T& head, T& tail) {
     mpfr_clears(t, rest, static_cast<mpfr_ptr>(nullptr));
 }
 
-// The Taylor coefficients of (1 + r)^(1/3): binomial(1/3, k), k = 1 .. n.
-void series(int n, bool single) {
+// The Taylor coefficients of (1 + r)^(1/3): out[k - 1] = binomial(1/3, k),
+// k = 1 .. n (out initialised by the caller).
+void third_binomials(int n, mpfr_t* out) {
     mpfr_t num, third, term;
     mpfr_inits2(kPrec, num, third, term, static_cast<mpfr_ptr>(nullptr));
     mpfr_set_ui(third, 1, MPFR_RNDN);
@@ -70,16 +71,26 @@ void series(int n, bool single) {
         mpfr_sub_si(num, third, k - 1, MPFR_RNDN);
         mpfr_mul(term, term, num, MPFR_RNDN);
         mpfr_div_ui(term, term, k, MPFR_RNDN);
-        if (single) std::printf("%s%af", k > 1 ? ", " : "", static_cast<double>(mpfr_get_flt(term, MPFR_RNDN)));
-        else std::printf("%s%a", k > 1 ? ", " : "", mpfr_get_d(term, MPFR_RNDN));
+        mpfr_set(out[k - 1], term, MPFR_RNDN);
     }
     mpfr_clears(num, third, term, static_cast<mpfr_ptr>(nullptr));
 }
 
-// Solves the (n x n) system a c = b by Gaussian elimination with pivoting.
+// Prints the first n of them in single.
+void series_single(int n) {
+    std::vector<mpfr_t> c(n);
+    for (auto& v : c) mpfr_init2(v, kPrec);
+    third_binomials(n, c.data());
+    for (int k = 0; k < n; ++k)
+        std::printf("%s%af", k ? ", " : "", static_cast<double>(mpfr_get_flt(c[k], MPFR_RNDN)));
+    for (auto& v : c) mpfr_clear(v);
+}
+
+// Solves the (n x n) system a c = b by Gaussian elimination with pivoting;
+// the solution goes to c in MPFR.
 void solve(std::vector<std::vector<double>>& a, std::vector<double>& b, int n, mpfr_t* c) {
-    // Small and well scaled once the powers of r are normalised (see fit):
-    // long double elimination, then refined once in MPFR is not needed.
+    // Small and well scaled, since the fit runs in r / R (see
+    // fitted_series): elimination in double suffices.
     for (int col = 0; col < n; ++col) {
         int p = col;
         for (int r = col + 1; r < n; ++r)
@@ -119,20 +130,7 @@ void fitted_series(double& worst_out) {
     mpfr_t taylor[n], fit[n], x, f, t, e;
     for (int k = 0; k < n; ++k) mpfr_inits2(kPrec, taylor[k], fit[k], static_cast<mpfr_ptr>(nullptr));
     mpfr_inits2(kPrec, x, f, t, e, static_cast<mpfr_ptr>(nullptr));
-    {
-        mpfr_t num, third;
-        mpfr_inits2(kPrec, num, third, static_cast<mpfr_ptr>(nullptr));
-        mpfr_set_ui(third, 1, MPFR_RNDN);
-        mpfr_div_ui(third, third, 3, MPFR_RNDN);
-        mpfr_set_ui(t, 1, MPFR_RNDN);
-        for (int k = 1; k <= n; ++k) {
-            mpfr_sub_si(num, third, k - 1, MPFR_RNDN);
-            mpfr_mul(t, t, num, MPFR_RNDN);
-            mpfr_div_ui(t, t, k, MPFR_RNDN);
-            mpfr_set(taylor[k - 1], t, MPFR_RNDN);
-        }
-        mpfr_clears(num, third, static_cast<mpfr_ptr>(nullptr));
-    }
+    third_binomials(n, taylor);
     // Residual of the truncated series at each point, to be fitted by a
     // polynomial correction d(u) = d0 + d1 u + ... in u = r / R, weighted by r.
     std::vector<double> u(m), w(m), target(m), lw(m, 1.0 / m);
@@ -241,6 +239,6 @@ int main() {
     double worst;
     fitted_series(worst);
     std::printf("};  // error %.3g (2^%.1f)\nconst float cbrt_series_single[3] = {", worst, std::log2(worst));
-    series(3, true);
+    series_single(3);
     std::printf("};\n\n}  // namespace qlm::power\n");
 }
