@@ -257,8 +257,15 @@ int main() {
         "#pragma once\n\nnamespace qlm::trig {\n\n");
     double w;
     const std::vector<double> pieces = pi_pieces(w);
-    std::printf("// pi = sum of the pieces within 2^%.1f; the first two have 37 bits, so\n"
-                "// that n times each is exact for |n| < 2^16.\n", std::log2(w));
+    // The cosine multiplies by n + 1/2 (17 bits below 2^16): the first two
+    // pieces must then end in two zero bits, which these do; checked here.
+    for (int k = 0; k < 2; ++k)
+        if (std::fmod(std::ldexp(pieces[k], 34 - std::ilogb(pieces[k])), 1.0) != 0.0) {
+            std::fprintf(stderr, "piece %d has more than 35 significant bits\n", k);
+            return 1;
+        }
+    std::printf("// pi = sum of the pieces within 2^%.1f; the first two have 35 bits, so\n"
+                "// that n (or n + 1/2) times each is exact for |n| < 2^16.\n", std::log2(w));
     print_array("double", "pi_la", pieces, false);
     auto sd = fit_sine(6, false, w);
     std::printf("// sin r = r + r^3 P(r^2), |r| <= pi/2, P of degree 6 of least relative error:\n"

@@ -8,8 +8,8 @@
 
 namespace qlm::trig {
 
-// pi = sum of the pieces within 2^-129.5; the first two have 37 bits, so
-// that n times each is exact for |n| < 2^16.
+// pi = sum of the pieces within 2^-129.5; the first two have 35 bits, so
+// that n (or n + 1/2) times each is exact for |n| < 2^16.
 inline constexpr double pi_la[3] = {0x1.921fb5444p+1, 0x1.68c234c4cp-38, 0x1.98a2e03707345p-76};
 // sin r = r + r^3 P(r^2), |r| <= pi/2, P of degree 6 of least relative error:
 // error 1.85e-16 (2^-52.3).
