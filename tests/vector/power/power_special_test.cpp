@@ -3,6 +3,7 @@
 // a reported element does not disturb its neighbours in the same group.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -278,5 +279,67 @@ void check_cbrt_la(void (*k)(int32_t, const T*, T*)) {
 
 TEST_F(CbrtLaLanes, DoubleSpecialsAndOneSlowLane) { check_cbrt_la<double>(_vxmdCbrt_50); }
 TEST_F(CbrtLaLanes, SingleSpecialsAndOneSlowLane) { check_cbrt_la<float>(_vxmsCbrt_21); }
+
+}  // namespace
+
+namespace {
+
+using PowLaGroups = qlm::test::recording_reports;
+
+// The double LA cube root and Pow screen a group of four on its high words
+// at once; a lane that leaves the fast path, at any position, sends the
+// group through the element path, and the ragged end runs element by
+// element.  Either way each result must equal the one-element call on the
+// same input bit for bit, since both paths run one arithmetic.
+TEST_F(PowLaGroups, SlowLaneAtEachPositionAndRaggedEnds) {
+    const double xs[8] = {1.5, -2.5, 4.0, 3.5, 0.3, 7.25, 1e30, -7e-30};
+    const double ps[8] = {0.3, 2.0, 2.5, -1.25, 3.0, 0.5, 9.5, -4.0};
+    for (int slow = -1; slow < 4; ++slow) {
+        double a[8], b[8], yc[8], yp[8];
+        for (int i = 0; i < 8; ++i) a[i] = std::fabs(xs[i]) < 1e20 ? std::fabs(xs[i]) : 2.0;
+        std::copy(ps, ps + 8, b);
+        std::copy(xs, xs + 8, yc);
+        if (slow >= 0) {
+            yc[slow] = 1e-310;  // a denormal: off the cube root's fast lane
+            a[slow] = -2.0;     // a negative base: off Pow's fast lane
+            b[slow] = 3.0;
+        }
+        for (int n = 1; n <= 8; ++n) {
+            double c[8], p[8];
+            _vxmdCbrt_50(n, yc, c);
+            _vxmdPow_50(n, a, b, p);
+            for (int i = 0; i < n; ++i) {
+                double c1, p1;
+                _vxmdCbrt_50(1, yc + i, &c1);
+                _vxmdPow_50(1, a + i, b + i, &p1);
+                EXPECT_EQ(bits(c[i]), bits(c1)) << "cbrt slow " << slow << " n " << n << " i " << i;
+                EXPECT_EQ(bits(p[i]), bits(p1)) << "pow slow " << slow << " n " << n << " i " << i;
+            }
+            if (n == 8) {
+                std::copy(c, c + 8, yp);
+                if (slow >= 0) {
+                    EXPECT_EQ(p[slow], -8.0);
+                    EXPECT_NEAR(c[slow], std::cbrt(1e-310), 1e-118);
+                }
+            }
+        }
+        for (int i = 0; i < 8; ++i)  // the other lanes are true cube roots (within 1.25 ulp)
+            if (i != slow) {
+                EXPECT_NEAR(yp[i], std::cbrt(xs[i]), 3e-16 * std::fabs(yp[i])) << i;
+            }
+    }
+    // A lane whose |y log x| reaches the exponent limit (overflow) also
+    // sends its group to the element path: the status is the lane's alone.
+    reports.clear();
+    const double a[4] = {10.0, 2.0, 3.0, 0.5}, b[4] = {400.0, 0.5, 2.0, -2.0};
+    double y[4];
+    _vxmdPow_50(4, a, b, y);
+    EXPECT_EQ(y[0], inf);
+    EXPECT_EQ(y[2], 9.0);
+    EXPECT_EQ(y[3], 4.0);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].status, VXM_STATUS_OVERFLOW);
+    EXPECT_EQ(reports[0].index, 0);
+}
 
 }  // namespace

@@ -3,9 +3,9 @@
 
 namespace qlm::power {
 
-extern const double cbrt_table[192][4];
+extern const double cbrt_table[192][2];
 extern const float cbrt_table_single[192][4];
-extern const double cbrt_series[7];
+extern const double cbrt_series[6];
 extern const float cbrt_series_single[3];
 
 }  // namespace qlm::power

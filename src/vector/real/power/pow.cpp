@@ -23,6 +23,8 @@
 //   results below the normal range underflow gradually without a status.
 // Powx takes its exponent as a scalar; an element that raises a status is
 // reported with the base vector in both argument places.
+#include <smmintrin.h>
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -102,8 +104,9 @@ double pow_special(double x, double y, int32_t& status) {
     return x < 0.0 && kind == 1 ? -v : v;
 }
 
+// Forced inline: a call would pass th through memory.
 template <core Core, typename V>
-inline V pow_lane(V x, V y, V& th) {
+[[gnu::always_inline]] inline V pow_lane(V x, V y, V& th) {
     if constexpr (Core == core::pair) {
         V lh, ll, tl;
         pw::log_pair(x, lh, ll);
@@ -124,6 +127,19 @@ inline bool in_window(double x, double y) {
 }
 inline bool in_window(float x, float y) {
     return (std::bit_cast<uint32_t>(x) - 1u < 0x7F7FFFFFu) & (abs_bits(y) < 0x7F800000u);
+}
+// The same test for four doubles at once, on their high words in 32-bit
+// lanes (unsigned comparisons by the sign-bit bias): one branch a group.
+inline bool in_window(v2df x0, v2df x1, v2df y0, v2df y1) {
+    auto high = [](v2df p, v2df q) {
+        return _mm_castps_si128(_mm_shuffle_ps(_mm_castpd_ps(p), _mm_castpd_ps(q), _MM_SHUFFLE(3, 1, 3, 1)));
+    };
+    const __m128i bias = _mm_set1_epi32(INT32_MIN);
+    const __m128i hx = _mm_xor_si128(_mm_sub_epi32(high(x0, x1), _mm_set1_epi32(0x00100000)), bias);
+    const __m128i hy = _mm_and_si128(high(y0, y1), _mm_set1_epi32(INT32_MAX));
+    const __m128i ok = _mm_and_si128(_mm_cmplt_epi32(hx, _mm_set1_epi32(static_cast<int32_t>(0x7FE00000u ^ 0x80000000u))),
+                                     _mm_cmplt_epi32(hy, _mm_set1_epi32(0x7E000000)));
+    return _mm_movemask_ps(_mm_castsi128_ps(ok)) == 0xF;
 }
 template <typename T> constexpr double kExponentLimit = sizeof(T) == 8 ? 708.0 : 87.0;
 
@@ -148,16 +164,21 @@ void pow_kernel(int32_t n, const T* a, const T* b2, Exponent b_at, T* y, const c
         if (status != 0) qlm::frame::raise_status(status, i, a, b2, y, y, name);
     };
     auto fast = [&](int32_t i) {
-        if (!(in_window(a[i], b_at(i)) & in_window(a[i + 1], b_at(i + 1)) &
-              in_window(a[i + 2], b_at(i + 2)) & in_window(a[i + 3], b_at(i + 3))))
-            return false;
-        v2df x0, x1, e0, e1, t0, t1;
+        v2df x0, x1, t0, t1;
         load_pairs(a + i, x0, x1);
-        const T e[4] = {b_at(i), b_at(i + 1), b_at(i + 2), b_at(i + 3)};
-        load_pairs(e, e0, e1);
+        // Built lane by lane from b_at, not through an array on the stack,
+        // whose two 8-byte stores could not forward to one 16-byte load.
+        const v2df e0 = {static_cast<double>(b_at(i)), static_cast<double>(b_at(i + 1))};
+        const v2df e1 = {static_cast<double>(b_at(i + 2)), static_cast<double>(b_at(i + 3))};
+        if constexpr (sizeof(T) == 8) {
+            if (!in_window(x0, x1, e0, e1)) return false;
+        } else if (!(in_window(a[i], b_at(i)) & in_window(a[i + 1], b_at(i + 1)) &
+                     in_window(a[i + 2], b_at(i + 2)) & in_window(a[i + 3], b_at(i + 3)))) {
+            return false;
+        }
         const v2df r0 = pow_lane<Core>(x0, e0, t0), r1 = pow_lane<Core>(x1, e1, t1);
         const v2di ok = (abs(t0) < kExponentLimit<T>) & (abs(t1) < kExponentLimit<T>);
-        if (!(ok[0] & ok[1])) return false;
+        if (_mm_movemask_pd(reinterpret_cast<__m128d>(ok)) != 3) return false;
         store_pairs(y + i, r0, r1);
         return true;
     };

@@ -44,14 +44,23 @@ inline V to_double(ints_of<V> v) {
 
 // x = 2^e m with m in [0.707, 1.414) (halved from 1.4140625 on), and the
 // row of the log table that serves m; x positive, normal and finite.
+// The shifts are logical (x is positive): SSE has no 64-bit arithmetic
+// shift, which the compiler would build from three instructions.
 template <typename V>
 inline ints_of<V> log_argument(V x, V& e, V& m) {
     const ints_of<V> b = bits(x);
-    const ints_of<V> row = (b >> 44) & 255;
-    const ints_of<V> halve = ((row + 150) >> 8) & 1;  // 1 from row 106 on
-    e = to_double<V>(((b >> 52) & 0x7FF) - 1023 + halve);
+    const ints_of<V> row = lanes::shift_right(b, 44) & 255;
+    const ints_of<V> halve = lanes::shift_right(row + 150, 8) & 1;  // 1 from row 106 on
+    e = to_double<V>(lanes::shift_right(b, 52) - 1023 + halve);
     m = from_bits((b & 0xFFFFFFFFFFFFF) | ((1023 - halve) << 52));
     return row;
+}
+
+// 2^k as the addend of a double's bits, k = n >> 7 (arithmetic): the bits
+// that the shift to the exponent field drops need no sign extension.
+template <typename V>
+inline ints_of<V> exponent_addend(ints_of<V> n) {
+    return (n & ~static_cast<int64_t>(127)) << 45;
 }
 
 // log x as lh + ll, for x positive, normal and finite.
@@ -113,7 +122,7 @@ inline V exp_pair(V th, V tl) {
     const ints_of<V> j = n & 127;
     const V t_hi = gather<0>(exp2_table, j), t_lo = gather<1>(exp2_table, j);
     const V v = t_hi + (t_lo + t_hi * p);
-    return from_bits(bits(v) + ((n >> 7) << 52));
+    return from_bits(bits(v) + exponent_addend<V>(n));
 }
 
 // exp(th + tl) for any th, on one element: overflows to +inf, underflows
@@ -183,7 +192,7 @@ inline V exp_plain(V t) {
     const V r = (t - nf * kLn2Over128Hi) - nf * kLn2Over128Lo;
     const V p = r + r * r * (0.5 + r * (0x1.5555555555555p-3 + r * 0x1.5555555555555p-5));
     const V t_hi = gather<0>(exp2_table, n & 127);
-    return from_bits(bits(t_hi + t_hi * p) + ((n >> 7) << 52));
+    return from_bits(bits(t_hi + t_hi * p) + exponent_addend<V>(n));
 }
 
 }  // namespace qlm::power
@@ -200,8 +209,9 @@ namespace qlm::power {
 // (Dekker), so the two head products are exact, and the rest is rounded once;
 // the sum is renormalised for exp_pair.  The error of y log x stays within
 // about 2^-61 of it, so x^y keeps 1 ulp where |y log x| is below 708.
+// Forced inline: a call would pass th through memory.
 template <typename V>
-inline V pow_la(V x, V y, V& th) {
+[[gnu::always_inline]] inline V pow_la(V x, V y, V& th) {
     using namespace lanes;
     V e, m;
     const ints_of<V> row = log_argument(x, e, m);

@@ -8,12 +8,12 @@
 
 namespace qlm::trig {
 
-// pi = sum of the pieces within 2^-160; the first three have 37 bits, so
-// that n times each is exact for |n| < 2^16.
-inline constexpr double pi_la[4] = {0x1.921fb5444p+1, 0x1.68c234c4cp-38, 0x1.98a2e037p-76, 0x1.cd129024e088ap-114};
-// sin r = r + r^3 P(r^2), |r| <= pi/2, P of degree 7 by Chebyshev interpolation:
-// error 3.58e-17 (2^-54.6).
-inline constexpr double sine_la[8] = {-0x1.5555555555555p-3, 0x1.1111111111107p-7, -0x1.a01a01a018aadp-13, 0x1.71de3a5456716p-19, -0x1.ae6455a1d7087p-26, 0x1.6124015b5ee3ap-33, -0x1.ae5138c1216b3p-41, 0x1.89a4866f527ebp-49};
+// pi = sum of the pieces within 2^-129.5; the first two have 35 bits, so
+// that n (or n + 1/2) times each is exact for |n| < 2^16.
+inline constexpr double pi_la[3] = {0x1.921fb5444p+1, 0x1.68c234c4cp-38, 0x1.98a2e03707345p-76};
+// sin r = r + r^3 P(r^2), |r| <= pi/2, P of degree 6 of least relative error:
+// error 1.85e-16 (2^-52.3).
+inline constexpr double sine_la[7] = {-0x1.55555555554a8p-3, 0x1.111111110a573p-7, -0x1.a01a019a659d8p-13, 0x1.71de3806adb98p-19, -0x1.ae6355aa9dcb4p-26, 0x1.60e6bedf24728p-33, -0x1.9f1517cdfcbe1p-41};
 // tan r = r P(r^2) / Q(r^2), |r| <= pi/4, the convergent ending at 17:
 // error 1.43e-17 (2^-56.0).
 inline constexpr double tangent_la_p[5] = {0x1p+0, -0x1.1919191919192p-3, 0x1.010101010101p-8, -0x1.e20001e20001ep-16, 0x1.f28db670be53bp-26};

@@ -11,8 +11,8 @@
 // under the x87 control value 0x200, SinCos HA under 0x300.
 //
 // LA: four elements a turn in two pairs, the packed lanes of
-// trig_la_lanes.h (four-piece reduction by pi, degree-7 polynomial in r^2,
-// within 2 ulps), each lane at or above 2^16 redone.  EP: eight elements a
+// trig_la_lanes.h (three-piece reduction by pi, degree-6 polynomial in r^2,
+// within 3.3 ulps), each lane at or above 2^16 redone.  EP: eight elements a
 // turn in four pairs, the polynomial method by pi with the stated degree-9
 // polynomial (about 27 bits), each lane at or above 2^24 redone.  In both,
 // a redone lane (infinities included) goes on its own

@@ -7,7 +7,7 @@
 // the x87 evaluator of tan_core.h (pi/32 reduction, exact for every size,
 // 64-bit addition formulas and quotient), within 0.51 ulp.
 // LA: four elements a turn, the continued-fraction lane of trig_la_lanes.h
-// (within 3.2 ulps), lanes at or above 2^16 redone; EP: eight elements a
+// (within 3.4 ulps), lanes at or above 2^16 redone; EP: eight elements a
 // turn, the polynomial method by pi/2 of tan_core.h, lanes at or above 2^24
 // redone.  Both run under the x87 control value 0x200, and the redone lanes
 // go one at a time to the HA evaluator.  NaN gives NaN quietly; an infinity
