@@ -34,6 +34,7 @@
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
 #include "vector/real/power/cbrt_la_lanes.h"
+#include "vector/real/power/cbrt_single_lanes.h"
 #include "vector/real/power/group_loop.h"
 #include "vector/real/power/pow_core.h"
 
@@ -224,6 +225,36 @@ void cbrt_la_kernel(int32_t n, const T* a, T* y) {
     run_groups<4>(n, fast, element);
 }
 
+// Single Cbrt LA: the float lanes of cbrt_single_lanes.h, eight elements
+// a turn in two fours; a group with an element that is zero, denormal, not
+// finite is recomputed element by element, its ordinary elements by the
+// same arithmetic on one lane, the others through the per-element step.
+void cbrt_single_la_kernel(int32_t n, const float* a, float* y) {
+    namespace sl = qlm::power::single_la;
+    auto element = [&](int32_t i) {
+        const float x = a[i];
+        const __m128 v = _mm_set_ss(x);
+        if (la_window(x)) {
+            _mm_store_ss(y + i, sl::cube_root(v));
+            return;
+        }
+        int32_t status = 0;  // stays 0: the cube root has no status
+        y[i] = static_cast<float>(power_special<cbrt_spec>(x, status));
+    };
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        if (sl::all_normal(x0) && sl::all_normal(x1)) {
+            const __m128 y0 = sl::cube_root(x0), y1 = sl::cube_root(x1);
+            _mm_storeu_ps(y + i, y0);
+            _mm_storeu_ps(y + i + 4, y1);
+            continue;
+        }
+        for (int32_t k = 0; k < 8; ++k) element(i + k);
+    }
+    for (; i < n; ++i) element(i);
+}
+
 }  // namespace
 
 #define QLM_CBRT_LA(routine, type)                                \
@@ -254,7 +285,10 @@ QLM_FIXED_POWER(qlmk_dPow3o2_EP, pow3o2_spec, plain, double, "vdPow3o2", kX87Non
 // Single: HA by the plain core, LA and EP by the direct method (one routine
 // body, two entries, since no cheaper form keeps the single LA bound).
 QLM_FIXED_POWER(qlmk_sCbrt_HA, cbrt_spec, plain, float, "vsCbrt", kX87None)
-QLM_CBRT_LA(qlmk_sCbrt_LA, float)
+extern "C" void qlmk_sCbrt_LA(int32_t n, const float* a, float* y) {
+    kernel_frame frame;
+    if (n > 0) cbrt_single_la_kernel(n, a, y);
+}
 QLM_FIXED_POWER(qlmk_sCbrt_EP, cbrt_spec, direct, float, "vsCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_sInvCbrt_HA, inv_cbrt_spec, plain, float, "vsInvCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_sInvCbrt_LA, inv_cbrt_spec, direct, float, "vsInvCbrt", kX87None)
