@@ -190,10 +190,13 @@ void pow_single(int32_t n, const float* a, const float* b, float b_scalar, float
     auto element = [&](int32_t i) {
         const float x = a[i], e = ScalarExponent ? b_scalar : b[i];
         const __m128 xv = _mm_set1_ps(x), ev = _mm_set1_ps(e);
-        __m128 v;
-        if (sl::in_window(xv, ev) && sl::power(xv, ev, v)) {
-            _mm_store_ss(y + i, v);
-            return;
+        if (sl::in_window(xv, ev)) {
+            __m128d t_lo, t_hi, ok = sl::all_true();
+            sl::log_stage(xv, ev, t_lo, t_hi, ok);
+            if (sl::all_set(ok)) {
+                _mm_store_ss(y + i, sl::exp_stage(t_lo, t_hi));
+                return;
+            }
         }
         int32_t status = 0;
         const float r = static_cast<float>(pow_special<core::plain>(x, e, status));
@@ -205,11 +208,16 @@ void pow_single(int32_t n, const float* a, const float* b, float b_scalar, float
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
         const __m128 e0 = exponents(i), e1 = exponents(i + 4);
-        __m128 v0, v1;
-        if (sl::in_window(x0, e0) && sl::in_window(x1, e1) && (sl::power(x0, e0, v0) & sl::power(x1, e1, v1))) {
-            _mm_storeu_ps(y + i, v0);
-            _mm_storeu_ps(y + i + 4, v1);
-            continue;
+        if (sl::in_window(x0, e0) && sl::in_window(x1, e1)) {
+            __m128d t0, t1, t2, t3, ok = sl::all_true();
+            sl::log_stage(x0, e0, t0, t1, ok);
+            sl::log_stage(x1, e1, t2, t3, ok);
+            if (sl::all_set(ok)) {
+                const __m128 v0 = sl::exp_stage(t0, t1), v1 = sl::exp_stage(t2, t3);
+                _mm_storeu_ps(y + i, v0);
+                _mm_storeu_ps(y + i + 4, v1);
+                continue;
+            }
         }
         for (int32_t k = 0; k < 8; ++k) element(i + k);
     }
