@@ -4,11 +4,12 @@
 // double HA and LA slots use the pair core (log as a double pair, y*log x as
 // a pair, exp of the pair), within 0.52 ulp: the absolute error of y*log x is
 // the result's relative error, so a plain log does not keep 4 ulps once
-// y*log x is large.  The double EP slots and every single slot use the plain
-// core (more than 40 bits in double); single routines widen to double and
-// round once.
+// y*log x is large.  The double EP slots use the plain core (more than 40
+// bits).  Every single slot uses the lanes of pow_single_lanes.h, 2^(y log2 x)
+// in double arithmetic from short tables, eight elements a turn, rounded
+// once (within 0.5 + 2^-5 ulp); its per-element step is the plain core's.
 //
-// Four elements a turn in two pairs.  The group stays on the wide lane when
+// Double: four elements a turn in two pairs.  The group stays on the wide lane when
 // every x is a positive finite number (positive normal in double) and every
 // y finite (|y| < 2^993 in double, so that its splitting cannot overflow),
 // and when every |y log x| is below 708 (87 in single), so that the result

@@ -58,8 +58,10 @@ void single_trig(int32_t n, const float* a, float* y, float* z, const char* name
     };
     auto redo = [&](int32_t i) {
         int32_t status = 0;
-        y[i] = static_cast<float>(special_step<F>(a[i], F == fn::cos ? 1 : 0, status));
-        if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(a[i], 1, status));
+        const float x = a[i];  // y may be a
+        const float s = static_cast<float>(special_step<F>(x, F == fn::cos ? 1 : 0, status));
+        if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(x, 1, status));
+        y[i] = s;
         if (status != 0) qlm::frame::raise_status(status, i, a, a, y, F == fn::sincos ? z : y, name);
     };
     run_eights_redo(n, a, trig::kPolyLimit, wide, redo);
