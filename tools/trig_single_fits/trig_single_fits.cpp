@@ -6,8 +6,9 @@
 // each of them (and times its half) is an exact float; the last is pi's
 // remainder rounded to float.  The first three are truncated, so that every
 // piece is positive and a reduction of -0 stays -0.
-// Sine: sin r = r + r^3 S(r^2) on [-pi/2, pi/2], S of degree 3, the best
-// fit in relative error by Remez exchange on a grid of 4000 points.
+// Sine: sin r = r + r^3 S(r^2) on [-pi/2, pi/2], S of degree 3 in float
+// (and of degree 4 in double, with pi in two double pieces, for Sin HA),
+// the best fit in relative error by Remez exchange on a grid of 4000 points.
 // Tangent: tan r = r P(r^2) / Q(r^2) on [-pi/4, pi/4], P and Q of degree 2
 // with Q(0) = 1, from the linearised interpolation P(g) = f(g) Q(g) of
 // f = tan r / r at five Chebyshev nodes of g = r^2 in [0, (pi/4)^2].
@@ -82,7 +83,8 @@ void node(mp& g, int i, int n, double hi) {
     mpfr_mul_d(g.v, g.v, hi / 2, MPFR_RNDN);
 }
 
-void horner(mp& y, const std::vector<float>& c, const mp& g) {
+template <typename T>
+void horner(mp& y, const std::vector<T>& c, const mp& g) {
     mpfr_set_d(y.v, c.back(), MPFR_RNDN);
     for (int k = static_cast<int>(c.size()) - 2; k >= 0; --k) {
         mpfr_mul(y.v, y.v, g.v, MPFR_RNDN);
@@ -96,38 +98,13 @@ void print(const char* name, const std::vector<float>& c) {
     std::printf("};\n");
 }
 
-}  // namespace
-
-int main() {
-    std::printf("// Constants of the single-precision fast trigonometric lanes.  Generated, do not edit:\n");
-    std::printf("//   g++ -O2 -std=c++20 tools/trig_single_fits/trig_single_fits.cpp -lmpfr -lgmp -o /tmp/trig_single_fits\n");
-    std::printf("//   /tmp/trig_single_fits > src/vector/real/trig/trig_single_fits.h\n");
-    std::printf("// Errors are worst relative errors of the approximations with the rounded\n");
-    std::printf("// coefficients in exact arithmetic, over 20001 points of the interval.\n");
-    std::printf("#pragma once\n\nnamespace qlm::trig::single_fits {\n\n");
-
-    // Pieces of pi.
-    mp pi, rest, piece;
-    mpfr_const_pi(pi.v, MPFR_RNDN);
-    rest = pi;
-    std::vector<float> pieces;
-    for (int k = 0; k < 4; ++k) {
-        mpfr_t p;
-        mpfr_init2(p, k < 3 ? 12 : 24);
-        mpfr_set(p, rest.v, k < 3 ? MPFR_RNDZ : MPFR_RNDN);
-        pieces.push_back(mpfr_get_flt(p, MPFR_RNDN));
-        mpfr_sub(rest.v, rest.v, p, MPFR_RNDN);
-        mpfr_clear(p);
-    }
-    std::printf("// pi as three truncated pieces of 12 bits and a rounded rest; pi - sum = %.3g.\n",
-                mpfr_get_d(rest.v, MPFR_RNDN));
-    print("pi_pieces", pieces);
-
-    // Sine: Remez exchange on the relative error of r + r^3 S(r^2) against
-    // sin r, started from the Chebyshev nodes of r^2.
-    {
+// sin r = r + r^3 S(r^2) on [-pi/2, pi/2], S with n coefficients: Remez
+// exchange on the relative error against sin r, started from the Chebyshev
+// nodes of r^2, then rounded to T; `error` gets the worst relative error
+// with the rounded coefficients.
+template <typename T>
+std::vector<T> sine_fit(int n, double& error) {
         const double top = M_PI / 2 + 1e-3;
-        const int n = 4;
         auto error_at = [&](const std::vector<mp>& c, double rv) {
             mp r, g, y, s;
             mpfr_set_d(r.v, rv, MPFR_RNDN);
@@ -179,14 +156,14 @@ int main() {
             if (static_cast<int>(extrema.size()) != n + 1) break;
             points = extrema;
         }
-        std::vector<float> cf;
-        for (const mp& x : c) cf.push_back(mpfr_get_flt(x.v, MPFR_RNDN));
+        std::vector<T> cf;
+        for (const mp& x : c) cf.push_back(static_cast<T>(sizeof(T) == 4 ? mpfr_get_flt(x.v, MPFR_RNDN) : mpfr_get_d(x.v, MPFR_RNDN)));
         double worst = 0;
         for (int i = 1; i <= 20001; ++i) {
             mp r, g, y, s;
             mpfr_set_d(r.v, top * i / 20001.0, MPFR_RNDN);
             mpfr_sqr(g.v, r.v, MPFR_RNDN);
-            horner(y, cf, g);
+            horner(y, std::vector<double>(cf.begin(), cf.end()), g);
             mpfr_mul(y.v, y.v, g.v, MPFR_RNDN);
             mpfr_mul(y.v, y.v, r.v, MPFR_RNDN);
             mpfr_add(y.v, y.v, r.v, MPFR_RNDN);
@@ -195,9 +172,67 @@ int main() {
             mpfr_div(y.v, y.v, s.v, MPFR_RNDN);
             worst = std::fmax(worst, std::fabs(mpfr_get_d(y.v, MPFR_RNDN)));
         }
-        std::printf("\n// sin r = r + r^3 S(r^2), |r| <= pi/2 (and a little beyond): error %.3g (2^%.1f).\n", worst,
-                    std::log2(worst));
-        print("sine", cf);
+        error = worst;
+        return cf;
+    }
+
+}  // namespace
+
+int main() {
+    std::printf("// Constants of the single-precision fast trigonometric lanes.  Generated, do not edit:\n");
+    std::printf("//   g++ -O2 -std=c++20 tools/trig_single_fits/trig_single_fits.cpp -lmpfr -lgmp -o /tmp/trig_single_fits\n");
+    std::printf("//   /tmp/trig_single_fits > src/vector/real/trig/trig_single_fits.h\n");
+    std::printf("// Errors are worst relative errors of the approximations with the rounded\n");
+    std::printf("// coefficients in exact arithmetic, over 20001 points of the interval.\n");
+    std::printf("#pragma once\n\nnamespace qlm::trig::single_fits {\n\n");
+
+    // Pieces of pi.
+    mp pi, rest, piece;
+    mpfr_const_pi(pi.v, MPFR_RNDN);
+    rest = pi;
+    std::vector<float> pieces;
+    for (int k = 0; k < 4; ++k) {
+        mpfr_t p;
+        mpfr_init2(p, k < 3 ? 12 : 24);
+        mpfr_set(p, rest.v, k < 3 ? MPFR_RNDZ : MPFR_RNDN);
+        pieces.push_back(mpfr_get_flt(p, MPFR_RNDN));
+        mpfr_sub(rest.v, rest.v, p, MPFR_RNDN);
+        mpfr_clear(p);
+    }
+    std::printf("// pi as three truncated pieces of 12 bits and a rounded rest; pi - sum = %.3g.\n",
+                mpfr_get_d(rest.v, MPFR_RNDN));
+    print("pi_pieces", pieces);
+    {
+        // For the double lanes of Sin HA: pi truncated to 37 bits (a multiplier
+        // of 16 bits times it is exact) and the rest rounded to double.
+        mpfr_t p;
+        mpfr_init2(p, 37);
+        mpfr_set(p, pi.v, MPFR_RNDZ);
+        mp r;
+        mpfr_sub(r.v, pi.v, p, MPFR_RNDN);
+        const double p1 = mpfr_get_d(p, MPFR_RNDN), p2 = mpfr_get_d(r.v, MPFR_RNDN);
+        mpfr_sub_d(r.v, r.v, p2, MPFR_RNDN);
+        std::printf("\n// pi as a truncated piece of 37 bits and a rounded rest; pi - sum = %.3g.\n",
+                    mpfr_get_d(r.v, MPFR_RNDN));
+        std::printf("inline constexpr double pi_fine[2] = {%a, %a};\n", p1, p2);
+        mpfr_clear(p);
+    }
+
+    {
+        double error;
+        const std::vector<float> c = sine_fit<float>(4, error);
+        std::printf("\n// sin r = r + r^3 S(r^2), |r| <= pi/2 (and a little beyond): error %.3g (2^%.1f).\n", error,
+                    std::log2(error));
+        print("sine", c);
+    }
+    {
+        double error;
+        const std::vector<double> c = sine_fit<double>(5, error);
+        std::printf("\n// The same in double with five coefficients, for the double lanes of Sin HA:\n"
+                    "// error %.3g (2^%.1f).\n", error, std::log2(error));
+        std::printf("inline constexpr double sine_fine[5] = {");
+        for (std::size_t k = 0; k < c.size(); ++k) std::printf("%s%a", k ? ", " : "", c[k]);
+        std::printf("};\n");
     }
 
     // Tangent.

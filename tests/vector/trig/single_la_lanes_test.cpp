@@ -1,6 +1,7 @@
 // The float lanes of single Sin, Cos, SinCos and Tan LA: the hard cases of
 // the reduction up to the screen's bound (6144), the screen's edge, a group
-// with one lane off the screen, and ragged ends.
+// with one lane off the screen, and ragged ends; the double lanes of Sin and
+// Cos HA on the hard cases up to their bound (2^16), and their groups.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -27,6 +28,7 @@ struct function {
     const char* name;
     unary_kernel kernel;
     mpfr_unary oracle;
+    int slot = LA;  // the accuracy class checked
 };
 void sincos_sin(int32_t n, const float* a, float* y) {
     std::vector<float> z(static_cast<std::size_t>(n));
@@ -37,6 +39,8 @@ void sincos_cos(int32_t n, const float* a, float* z) {
     qlm_vxm_kernel_sSinCos_ttab[LA](n, a, y.data(), z);
 }
 const function kFunctions[] = {
+    {"sSin HA", qlm_vxm_kernel_sSin_ttab[HA], mpfr_sin, HA},
+    {"sCos HA", qlm_vxm_kernel_sCos_ttab[HA], mpfr_cos, HA},
     {"sSin LA", qlm_vxm_kernel_sSin_ttab[LA], mpfr_sin},
     {"sCos LA", qlm_vxm_kernel_sCos_ttab[LA], mpfr_cos},
     {"sSinCos LA sin", sincos_sin, mpfr_sin},
@@ -77,7 +81,29 @@ TEST(SingleLaLanesAccuracy, NearestToMultiplesOfHalfPiUpToTheBound) {
     append(x, log_uniform<float>(5000, -30, 12.5, true, 32));
     for (const function& f : kFunctions) {
         const std::vector<float> y = run(f.kernel, x);
-        expect_class(measure_unary(x, y, f.oracle), LA, f.name, x);
+        expect_class(measure_unary(x, y, f.oracle), f.slot, f.name, x);
+    }
+}
+
+// Sin and Cos HA run double lanes below 2^16: the same hard cases up to that
+// bound, and the edge, within 1 ulp.
+TEST(SingleHaLanesAccuracy, NearestToMultiplesOfHalfPiUpTo2To16) {
+    std::vector<float> x;
+    for (int k = 1; k * 1.5707963267948966 < 65536.0; ++k) {
+        const float m = static_cast<float>(k * 1.5707963267948966);
+        x.push_back(k % 2 ? m : -m);
+        x.push_back(std::nextafter(m, 0.0f));
+        x.push_back(std::nextafter(m, 1e6f));
+    }
+    append(x, uniform<float>(10000, -65536, 65536, 35));
+    const float edge[] = {65536.0f, std::nextafter(65536.0f, 0.0f), -65536.0f, 1e6f, -0.0f, 0x1p-149f};
+    x.insert(x.end(), std::begin(edge), std::end(edge));
+    const std::pair<const char*, mpfr_unary> fns[] = {{"sSin HA", mpfr_sin}, {"sCos HA", mpfr_cos}};
+    for (int f = 0; f < 2; ++f) {
+        std::vector<float> y(x.size());
+        (f == 0 ? qlm_vxm_kernel_sSin_ttab : qlm_vxm_kernel_sCos_ttab)[HA](static_cast<int32_t>(x.size()), x.data(),
+                                                                              y.data());
+        expect_class(measure_unary(x, y, fns[f].second), HA, fns[f].first, x);
     }
 }
 
@@ -88,19 +114,23 @@ TEST(SingleLaLanesAccuracy, ScreenEdgeAndBeyond) {
                             1e5f, 1e10f, 3.0e38f, -1.0e30f, 0x1p-126f, 0x1p-149f, 1e-20f, 0.75f};
     for (const function& f : kFunctions) {
         const std::vector<float> y = run(f.kernel, x);
-        expect_class(measure_unary(x, y, f.oracle), LA, std::string(f.name) + " edge", x);
+        expect_class(measure_unary(x, y, f.oracle), f.slot, std::string(f.name) + " edge", x);
     }
 }
 
-// The signs of zero: sin and tan keep it, cos gives 1.
+// The signs of zero: sin (LA and HA) and tan keep it, cos gives 1.
 TEST(SingleLaLanesAccuracy, SignedZeros) {
     std::vector<float> x(9, -0.0f);
     x[4] = 0.0f;
     const std::vector<float> s = run(qlm_vxm_kernel_sSin_ttab[LA], x);
     const std::vector<float> t = run(qlm_vxm_kernel_sTan_ttab[LA], x);
     const std::vector<float> c = run(qlm_vxm_kernel_sCos_ttab[LA], x);
+    const std::vector<float> s_ha = run(qlm_vxm_kernel_sSin_ttab[HA], x);
+    const std::vector<float> c_ha = run(qlm_vxm_kernel_sCos_ttab[HA], x);
     for (std::size_t i = 0; i < x.size(); ++i) {
         EXPECT_EQ(std::bit_cast<uint32_t>(s[i]), std::bit_cast<uint32_t>(x[i])) << i;
+        EXPECT_EQ(std::bit_cast<uint32_t>(s_ha[i]), std::bit_cast<uint32_t>(x[i])) << i;
+        EXPECT_EQ(c_ha[i], 1.0f) << i;
         EXPECT_EQ(std::bit_cast<uint32_t>(t[i]), std::bit_cast<uint32_t>(x[i])) << i;
         EXPECT_EQ(c[i], 1.0f) << i;
     }
@@ -125,7 +155,7 @@ TEST_F(SingleLaLanes, GroupWithOneLaneOffTheScreen) {
                     if (std::isnan(alone)) EXPECT_TRUE(std::isnan(y[i])) << f.name << " lane " << i;
                     else EXPECT_EQ(std::bit_cast<uint32_t>(y[i]), std::bit_cast<uint32_t>(alone)) << f.name << " lane " << i;
                 }
-                if (std::isfinite(odd)) EXPECT_LE(ulps(y[lane], odd, f.oracle), 4.0) << f.name;
+                if (std::isfinite(odd)) EXPECT_LE(ulps(y[lane], odd, f.oracle), f.slot == HA ? 1.0 : 4.0) << f.name;
                 const std::size_t expected = std::isinf(odd) ? 2u : 0u;  // the whole call and the lone one
                 EXPECT_EQ(reports.size(), expected) << f.name << " lane " << lane;
                 for (const report& r : reports) EXPECT_EQ(r.status, VXM_STATUS_ERRDOM);

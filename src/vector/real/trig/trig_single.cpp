@@ -3,13 +3,16 @@
 // LA: float arithmetic on four lanes (trig_single_lanes.h), eight elements
 // a turn; a group with an element at or above 6144 in magnitude (or not
 // finite) is recomputed element by element.
-// HA and EP: each element is widened to double and evaluated by a double
-// method one class finer than the slot needs, then rounded once.  HA: the
-// LA lanes of double (trig_la_lanes.h; within 3.2 ulps of double, so within
-// 0.5 + 2^-27 ulp of single), four elements a turn in two pairs, lanes at or
-// above 2^16 redone.  EP: the EP methods of double (more than 27 bits, so
-// within 0.6 ulp of single), eight elements a turn, lanes at or above 2^24
-// redone.
+// Sin and Cos HA: the floats widened to double lanes (trig_single_lanes.h,
+// single_ha), eight elements a turn; a group with an element at or above
+// 2^16 in magnitude (or not finite) is recomputed element by element.
+// SinCos and Tan HA and the EP routines: each element is widened to double
+// and evaluated by a double method one class finer than the slot needs,
+// then rounded once.  SinCos and Tan HA: the LA lanes of double
+// (trig_la_lanes.h; within 3.2 ulps of double, so within 0.5 + 2^-27 ulp of
+// single), four elements a turn in two pairs, lanes at or above 2^16
+// redone.  EP: the EP methods of double (more than 27 bits, so within 0.6
+// ulp of single), eight elements a turn, lanes at or above 2^24 redone.
 // The redone lanes (infinities among them) go one at a time through the
 // per-element step: NaN gives NaN quietly, an infinity NaN with
 // VXM_STATUS_ERRDOM, any other value the double evaluator with its exact
@@ -117,6 +120,39 @@ void single_trig_float(int32_t n, const float* a, float* y, float* z, const char
     for (; i < n; ++i) element(i);
 }
 
+// Sin and Cos HA: the double lanes of single_ha (trig_single_lanes.h),
+// eight elements a turn in four pairs; a group with an element at or above
+// 2^16 in magnitude (or not finite) is recomputed element by element, as in
+// the LA routine.
+template <fn F>
+void single_trig_ha(int32_t n, const float* a, float* y, const char* name) {
+    namespace ha = trig::single_ha;
+    constexpr bool cosine = F == fn::cos;
+    auto element = [&](int32_t i) {
+        const float v = a[i];
+        const __m128 x = _mm_set_ss(v);
+        if (ha::passes(x)) {
+            _mm_store_ss(y + i, ha::sine4<cosine>(x));
+            return;
+        }
+        int32_t status = 0;
+        y[i] = static_cast<float>(special_step<F>(v, cosine ? 1 : 0, status));
+        if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, name);
+    };
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        if (!ha::all_pass(x0, x1)) {
+            for (int32_t k = 0; k < 8; ++k) element(i + k);
+            continue;
+        }
+        const __m128 s0 = ha::sine4<cosine>(x0), s1 = ha::sine4<cosine>(x1);
+        _mm_storeu_ps(y + i, s0);
+        _mm_storeu_ps(y + i + 4, s1);
+    }
+    for (; i < n; ++i) element(i);
+}
+
 // HA: the LA lanes of double (trig_la_lanes.h) on the widened elements, four
 // a turn in two pairs; lanes at or above 2^16 go through the per-element
 // step, the others keep their results.
@@ -173,16 +209,21 @@ using qlm::frame::kX87None;
         kernel_frame frame(kRoundNearest, x87);                       \
         if (n > 0) method<fn::f>(n, a, y, y, name);                   \
     }
+#define QLM_SINGLE_TRIG_HA(routine, f, name)                        \
+    extern "C" void routine(int32_t n, const float* a, float* y) {   \
+        kernel_frame frame(kRoundNearest, kX87Double);                \
+        if (n > 0) single_trig_ha<fn::f>(n, a, y, name);              \
+    }
 #define QLM_SINGLE_SINCOS(routine, method)                                      \
     extern "C" void routine(int32_t n, const float* a, float* y, float* z) {  \
         kernel_frame frame(kRoundNearest, kX87Double);                          \
         if (n > 0) method<fn::sincos>(n, a, y, z, "vsSinCos");                  \
     }
 
-QLM_SINGLE_TRIG(qlmk_sSin_HA, sin, single_trig_fine, "vsSin", kX87Double)
+QLM_SINGLE_TRIG_HA(qlmk_sSin_HA, sin, "vsSin")
 QLM_SINGLE_TRIG(qlmk_sSin_LA, sin, single_trig_float, "vsSin", kX87None)
 QLM_SINGLE_TRIG(qlmk_sSin_EP, sin, single_trig, "vsSin", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sCos_HA, cos, single_trig_fine, "vsCos", kX87Double)
+QLM_SINGLE_TRIG_HA(qlmk_sCos_HA, cos, "vsCos")
 QLM_SINGLE_TRIG(qlmk_sCos_LA, cos, single_trig_float, "vsCos", kX87Double)
 QLM_SINGLE_TRIG(qlmk_sCos_EP, cos, single_trig, "vsCos", kX87None)
 QLM_SINGLE_TRIG(qlmk_sTan_HA, tan, single_trig_fine, "vsTan", kX87Double)

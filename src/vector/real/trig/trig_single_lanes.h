@@ -141,3 +141,67 @@ inline __m128 tangent(__m128 x, const constants& k) {
 }
 
 }  // namespace qlm::trig::single_la
+
+// ---------------------------------------------------------------------------
+// The fine lanes of single Sin and Cos HA: the floats widened to double, two
+// a register.  Screen: |x| below 2^16 (sign-cleared bits below 0x47800000).
+// Reduction: j = n = round(x/pi) for the sine, j = m + 1/2 with m =
+// round(x/pi - 1/2) for the cosine; r = (x - j*p0) - j*p1 with p0 = pi
+// truncated to 37 bits (j has at most 16 bits below the bound, so j*p0 is
+// exact and so is the subtraction beside it) and p1 the rest rounded: r is
+// good to about 2^-75 absolute, far below the 2^-27 that the floats come
+// near a multiple of pi.  sin r = r + r^3 S(r^2), S with five coefficients
+// (Remez, 2^-35.3 relative on [-pi/2, pi/2]); sin x = (-1)^n sin r,
+// cos x = -(-1)^m sin r.  The double result is within 2^-35 relative before
+// its one rounding to float: within 0.5 + 2^-11 ulp.
+namespace qlm::trig::single_ha {
+
+namespace fits = single_fits;
+
+inline constexpr int32_t kLimitBits = 0x47800000;  // 2^16
+
+template <bool Cosine>
+inline __m128d sine(__m128d x) {
+    const __m128d shifter = _mm_set1_pd(0x1.8p52);
+    const __m128d u = _mm_mul_pd(x, _mm_set1_pd(0x1.45f306dc9c883p-2));
+    __m128d t, j;
+    if constexpr (Cosine) {
+        t = _mm_add_pd(_mm_sub_pd(u, _mm_set1_pd(0.5)), shifter);
+        j = _mm_add_pd(_mm_sub_pd(t, shifter), _mm_set1_pd(0.5));
+    } else {
+        t = _mm_add_pd(u, shifter);
+        j = _mm_sub_pd(t, shifter);
+    }
+    const __m128d r = _mm_sub_pd(_mm_sub_pd(x, _mm_mul_pd(j, _mm_set1_pd(fits::pi_fine[0]))),
+                                 _mm_mul_pd(j, _mm_set1_pd(fits::pi_fine[1])));
+    const __m128d g = _mm_mul_pd(r, r);
+    __m128d p = _mm_add_pd(_mm_mul_pd(g, _mm_set1_pd(fits::sine_fine[4])), _mm_set1_pd(fits::sine_fine[3]));
+    p = _mm_add_pd(_mm_mul_pd(g, p), _mm_set1_pd(fits::sine_fine[2]));
+    p = _mm_add_pd(_mm_mul_pd(g, p), _mm_set1_pd(fits::sine_fine[1]));
+    p = _mm_add_pd(_mm_mul_pd(g, p), _mm_set1_pd(fits::sine_fine[0]));
+    const __m128d s = _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, g), p));
+    __m128i sign = _mm_slli_epi64(_mm_castpd_si128(t), 63);
+    if constexpr (Cosine) sign = _mm_xor_si128(sign, _mm_set1_epi64x(INT64_MIN));
+    return _mm_xor_pd(s, _mm_castsi128_pd(sign));
+}
+
+// Four floats through the double lanes, rounded once.  The sum r + r^3 S
+// loses the sign of x = -0, which the sine keeps: put back by a blend.
+template <bool Cosine>
+inline __m128 sine4(__m128 x) {
+    const __m128 v = _mm_movelh_ps(_mm_cvtpd_ps(sine<Cosine>(_mm_cvtps_pd(x))),
+                                   _mm_cvtpd_ps(sine<Cosine>(_mm_cvtps_pd(_mm_movehl_ps(x, x)))));
+    if constexpr (Cosine) return v;
+    else return _mm_blendv_ps(v, x, _mm_cmpeq_ps(x, _mm_setzero_ps()));
+}
+
+inline bool passes(__m128 x) {
+    return (_mm_cvtsi128_si32(_mm_castps_si128(x)) & INT32_MAX) < kLimitBits;
+}
+inline bool all_pass(__m128 x0, __m128 x1) {
+    const __m128i m = _mm_max_epi32(_mm_and_si128(_mm_castps_si128(x0), _mm_set1_epi32(INT32_MAX)),
+                                    _mm_and_si128(_mm_castps_si128(x1), _mm_set1_epi32(INT32_MAX)));
+    return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(m, _mm_set1_epi32(kLimitBits)))) == 0xF;
+}
+
+}  // namespace qlm::trig::single_ha
