@@ -12,7 +12,7 @@
 // Double: four elements a turn in two pairs.  The group stays on the wide lane when
 // every x is a positive finite number (positive normal in double) and every
 // y finite (|y| < 2^993 in double, so that its splitting cannot overflow),
-// and when every |y log x| is below 708 (87 in single), so that the result
+// and when every |y log x| is below 708, so that the result
 // is a normal number; otherwise each element is recomputed through the
 // per-element step:
 //   y = 0 or x = 1: 1, also for NaN; other NaN: NaN

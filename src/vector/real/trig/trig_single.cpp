@@ -70,26 +70,28 @@ void single_trig(int32_t n, const float* a, float* y, float* z, const char* name
     run_eights_redo(n, a, trig::kPolyLimit, wide, redo);
 }
 
-// LA: the float lanes of trig_single_lanes.h, eight elements a turn in two
-// fours.  A group with a lane outside the screen (|x| at or above 6144, or
-// not finite) is recomputed element by element: each element runs the same
-// float arithmetic on one lane when it passes the screen by itself, and the
-// per-element step otherwise, as does each element of the ragged end.
-template <fn F>
-inline __m128 float_lanes(__m128 x, const trig::single_la::constants& k) {
+// LA (Fine false): the float lanes of trig_single_lanes.h; Sin and Cos HA
+// (Fine true): its double lanes.  Eight elements a turn in two fours.  A
+// group with a lane outside the screen (|x| at or above 6144 in LA, 2^16 in
+// HA, or not finite) is recomputed element by element: each element runs
+// the same arithmetic on one lane when it passes the screen by itself, and
+// the per-element step otherwise, as does each element of the ragged end.
+template <fn F, bool Fine>
+void single_trig_groups(int32_t n, const float* a, float* y, float* z, const char* name) {
     namespace la = trig::single_la;
-    if constexpr (F == fn::tan) return la::tangent(x, k);
-    else return la::sine<F == fn::cos>(x, k);
-}
-
-template <fn F>
-void single_trig_float(int32_t n, const float* a, float* y, float* z, const char* name) {
-    namespace la = trig::single_la;
+    namespace ha = trig::single_ha;
+    static_assert(!Fine || F == fn::sin || F == fn::cos);
     const la::constants& k = la::opaque_constants();
+    auto first = [&](__m128 x) {
+        if constexpr (Fine) return ha::sine4<F == fn::cos>(x);
+        else if constexpr (F == fn::tan) return la::tangent(x, k);
+        else return la::sine<F == fn::cos>(x, k);
+    };
+    auto passes = [](__m128 x) { return Fine ? ha::passes(x) : la::passes(x); };
     auto element = [&](int32_t i) {
         const float v = a[i];
         const __m128 x = _mm_set_ss(v);
-        if (!la::passes(x)) {
+        if (!passes(x)) {
             int32_t status = 0;
             const float s = static_cast<float>(special_step<F>(v, F == fn::cos ? 1 : 0, status));
             if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(v, 1, status));
@@ -97,18 +99,18 @@ void single_trig_float(int32_t n, const float* a, float* y, float* z, const char
             if (status != 0) qlm::frame::raise_status(status, i, a, a, y, F == fn::sincos ? z : y, name);
             return;
         }
-        const __m128 s = float_lanes<F>(x, k);
+        const __m128 s = first(x);
         if constexpr (F == fn::sincos) _mm_store_ss(z + i, la::sine<true>(x, k));
         _mm_store_ss(y + i, s);
     };
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        if (!la::all_pass(x0, x1)) {
-            for (int32_t k = 0; k < 8; ++k) element(i + k);
+        if (!(Fine ? ha::all_pass(x0, x1) : la::all_pass(x0, x1))) {
+            for (int32_t j = 0; j < 8; ++j) element(i + j);
             continue;
         }
-        const __m128 s0 = float_lanes<F>(x0, k), s1 = float_lanes<F>(x1, k);
+        const __m128 s0 = first(x0), s1 = first(x1);
         if constexpr (F == fn::sincos) {
             const __m128 c0 = la::sine<true>(x0, k), c1 = la::sine<true>(x1, k);
             _mm_storeu_ps(z + i, c0);
@@ -119,38 +121,9 @@ void single_trig_float(int32_t n, const float* a, float* y, float* z, const char
     }
     for (; i < n; ++i) element(i);
 }
-
-// Sin and Cos HA: the double lanes of single_ha (trig_single_lanes.h),
-// eight elements a turn in four pairs; a group with an element at or above
-// 2^16 in magnitude (or not finite) is recomputed element by element, as in
-// the LA routine.
 template <fn F>
-void single_trig_ha(int32_t n, const float* a, float* y, const char* name) {
-    namespace ha = trig::single_ha;
-    constexpr bool cosine = F == fn::cos;
-    auto element = [&](int32_t i) {
-        const float v = a[i];
-        const __m128 x = _mm_set_ss(v);
-        if (ha::passes(x)) {
-            _mm_store_ss(y + i, ha::sine4<cosine>(x));
-            return;
-        }
-        int32_t status = 0;
-        y[i] = static_cast<float>(special_step<F>(v, cosine ? 1 : 0, status));
-        if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, name);
-    };
-    int32_t i = 0;
-    for (; n - i >= 8; i += 8) {
-        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        if (!ha::all_pass(x0, x1)) {
-            for (int32_t k = 0; k < 8; ++k) element(i + k);
-            continue;
-        }
-        const __m128 s0 = ha::sine4<cosine>(x0), s1 = ha::sine4<cosine>(x1);
-        _mm_storeu_ps(y + i, s0);
-        _mm_storeu_ps(y + i + 4, s1);
-    }
-    for (; i < n; ++i) element(i);
+void single_trig_float(int32_t n, const float* a, float* y, float* z, const char* name) {
+    single_trig_groups<F, false>(n, a, y, z, name);
 }
 
 // HA: the LA lanes of double (trig_la_lanes.h) on the widened elements, four
@@ -212,7 +185,7 @@ using qlm::frame::kX87None;
 #define QLM_SINGLE_TRIG_HA(routine, f, name)                        \
     extern "C" void routine(int32_t n, const float* a, float* y) {   \
         kernel_frame frame(kRoundNearest, kX87Double);                \
-        if (n > 0) single_trig_ha<fn::f>(n, a, y, name);              \
+        if (n > 0) single_trig_groups<fn::f, true>(n, a, y, y, name); \
     }
 #define QLM_SINGLE_SINCOS(routine, method)                                      \
     extern "C" void routine(int32_t n, const float* a, float* y, float* z) {  \
