@@ -16,8 +16,9 @@
 //           Pow3o2 LA, and the single LA and EP routines but Cbrt LA.
 //   la      the cube root of cbrt_la_lanes.h: a 192-row table and a short
 //           polynomial for (1 + r)^(1/3) in packed SSE arithmetic, within
-//           1.25 ulp in double Cbrt LA/EP (one routine), 0.75 ulp in single
-//           Cbrt LA.
+//           1.25 ulp in double Cbrt LA/EP (one routine).  Single Cbrt LA runs
+//           the float lanes of cbrt_single_lanes.h on the same table
+//           without its tails, eight elements a turn, within 1.32 ulps.
 // Four elements a turn in two pairs; the wide lane takes |x| finite and
 // nonzero (normal in double), and for Pow3o2 positive x whose result is
 // normal.  The per-element step: NaN gives NaN; ±0 gives ±0 (Cbrt), +0
@@ -35,6 +36,7 @@
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
 #include "vector/real/power/cbrt_la_lanes.h"
+#include "vector/real/power/cbrt_single_lanes.h"
 #include "vector/real/power/group_loop.h"
 #include "vector/real/power/pow_core.h"
 
@@ -228,6 +230,36 @@ void cbrt_la_kernel(int32_t n, const T* a, T* y) {
     run_groups<4>(n, fast, element);
 }
 
+// Single Cbrt LA: the float lanes of cbrt_single_lanes.h, eight elements
+// a turn in two fours; a group with an element that is zero, denormal, not
+// finite is recomputed element by element, its ordinary elements by the
+// same arithmetic on one lane, the others through the per-element step.
+void cbrt_single_la_kernel(int32_t n, const float* a, float* y) {
+    namespace sl = qlm::power::single_la;
+    auto element = [&](int32_t i) {
+        const float x = a[i];
+        const __m128 v = _mm_set_ss(x);
+        if (la_window(x)) {
+            _mm_store_ss(y + i, sl::cube_root(v));
+            return;
+        }
+        int32_t status = 0;  // stays 0: the cube root has no status
+        y[i] = static_cast<float>(power_special<cbrt_spec>(x, status));
+    };
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        if (sl::all_normal(x0) && sl::all_normal(x1)) {
+            const __m128 y0 = sl::cube_root(x0), y1 = sl::cube_root(x1);
+            _mm_storeu_ps(y + i, y0);
+            _mm_storeu_ps(y + i + 4, y1);
+            continue;
+        }
+        for (int32_t k = 0; k < 8; ++k) element(i + k);
+    }
+    for (; i < n; ++i) element(i);
+}
+
 }  // namespace
 
 #define QLM_CBRT_LA(routine, type)                                \
@@ -255,10 +287,13 @@ QLM_FIXED_POWER(qlmk_dPow3o2_HA, pow3o2_spec, pair, double, "vdPow3o2", kX87None
 QLM_FIXED_POWER(qlmk_dPow3o2_LA, pow3o2_spec, direct, double, "vdPow3o2", kX87None)
 QLM_FIXED_POWER(qlmk_dPow3o2_EP, pow3o2_spec, plain, double, "vdPow3o2", kX87None)
 
-// Single: HA by the plain core, LA and EP by the direct method (one routine
-// body, two entries, since no cheaper form keeps the single LA bound).
+// Single: HA by the plain core, Cbrt LA by its float lanes, the other LA and
+// the EP routines by the direct method.
 QLM_FIXED_POWER(qlmk_sCbrt_HA, cbrt_spec, plain, float, "vsCbrt", kX87None)
-QLM_CBRT_LA(qlmk_sCbrt_LA, float)
+extern "C" void qlmk_sCbrt_LA(int32_t n, const float* a, float* y) {
+    kernel_frame frame;
+    if (n > 0) cbrt_single_la_kernel(n, a, y);
+}
 QLM_FIXED_POWER(qlmk_sCbrt_EP, cbrt_spec, direct, float, "vsCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_sInvCbrt_HA, inv_cbrt_spec, plain, float, "vsInvCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_sInvCbrt_LA, inv_cbrt_spec, direct, float, "vsInvCbrt", kX87None)

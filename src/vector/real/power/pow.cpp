@@ -4,14 +4,15 @@
 // double HA and LA slots use the pair core (log as a double pair, y*log x as
 // a pair, exp of the pair), within 0.52 ulp: the absolute error of y*log x is
 // the result's relative error, so a plain log does not keep 4 ulps once
-// y*log x is large.  The double EP slots and every single slot use the plain
-// core (more than 40 bits in double); single routines widen to double and
-// round once.
+// y*log x is large.  The double EP slots use the plain core (more than 40
+// bits).  Every single slot uses the lanes of pow_single_lanes.h, 2^(y log2 x)
+// in double arithmetic from short tables, eight elements a turn, rounded
+// once (within 0.5 + 2^-5 ulp); its per-element step is the plain core's.
 //
-// Four elements a turn in two pairs.  The group stays on the wide lane when
+// Double: four elements a turn in two pairs.  The group stays on the wide lane when
 // every x is a positive finite number (positive normal in double) and every
 // y finite (|y| < 2^993 in double, so that its splitting cannot overflow),
-// and when every |y log x| is below 708 (87 in single), so that the result
+// and when every |y log x| is below 708, so that the result
 // is a normal number; otherwise each element is recomputed through the
 // per-element step:
 //   y = 0 or x = 1: 1, also for NaN; other NaN: NaN
@@ -34,6 +35,7 @@
 #include "frame/kernel_tables.h"
 #include "vector/real/power/group_loop.h"
 #include "vector/real/power/pow_core.h"
+#include "vector/real/power/pow_single_lanes.h"
 
 namespace {
 
@@ -194,6 +196,56 @@ void pow_scalar(int32_t n, const T* a, T b, T* y, const char* name) {
     pow_kernel<Core>(n, a, a, [b](int32_t) { return b; }, y, name);
 }
 
+// Single Pow and Powx: the float lanes of pow_single_lanes.h, eight
+// elements a turn in two fours.  A group with an element outside the
+// window (x not a positive normal float, y not finite) or with |y log2 x|
+// at or beyond 126 is recomputed element by element: an element inside
+// both runs the same lanes alone, the others take the per-element step of
+// the plain core (specials, statuses, overflow and gradual underflow).
+template <bool ScalarExponent>
+void pow_single(int32_t n, const float* a, const float* b, float b_scalar, float* y, const char* name) {
+    namespace sl = pw::single_lanes;
+    auto exponents = [&](int32_t i) {
+        if constexpr (ScalarExponent) return _mm_set1_ps(b_scalar);
+        else return _mm_loadu_ps(b + i);
+    };
+    auto element = [&](int32_t i) {
+        const float x = a[i], e = ScalarExponent ? b_scalar : b[i];
+        const __m128 xv = _mm_set1_ps(x), ev = _mm_set1_ps(e);
+        if (sl::in_window(xv, ev)) {
+            __m128d t_lo, t_hi, ok = sl::all_true();
+            sl::log_stage(xv, ev, t_lo, t_hi, ok);
+            if (sl::all_set(ok)) {
+                _mm_store_ss(y + i, sl::exp_stage(t_lo, t_hi));
+                return;
+            }
+        }
+        int32_t status = 0;
+        const float r = static_cast<float>(pow_special<core::plain>(x, e, status));
+        if (status == 0 && std::isinf(r) && std::isfinite(x) && std::isfinite(e)) status = VXM_STATUS_OVERFLOW;
+        y[i] = r;
+        if (status != 0) qlm::frame::raise_status(status, i, a, ScalarExponent ? a : b, y, y, name);
+    };
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        const __m128 e0 = exponents(i), e1 = exponents(i + 4);
+        if (sl::in_window(x0, e0) && sl::in_window(x1, e1)) {
+            __m128d t0, t1, t2, t3, ok = sl::all_true();
+            sl::log_stage(x0, e0, t0, t1, ok);
+            sl::log_stage(x1, e1, t2, t3, ok);
+            if (sl::all_set(ok)) {
+                const __m128 v0 = sl::exp_stage(t0, t1), v1 = sl::exp_stage(t2, t3);
+                _mm_storeu_ps(y + i, v0);
+                _mm_storeu_ps(y + i + 4, v1);
+                continue;
+            }
+        }
+        for (int32_t k = 0; k < 8; ++k) element(i + k);
+    }
+    for (; i < n; ++i) element(i);
+}
+
 }  // namespace
 
 extern "C" {
@@ -224,25 +276,26 @@ void qlmk_dPowx_EP(int32_t n, const double* a, double b, double* y) {
 }
 
 // Single LA and HA share one routine; both run under the x87 control value
-// 0x200 that the single Pow and Powx routines of those slots keep.  The plain
-// core serves both: its error, |y log x| 2^-52 relative with |y log x| < 87
-// on the wide lane, is below 2^-45, so the one rounding to single dominates
-// (within 0.5 + 2^-21 ulp), in the per-element step too.
+// 0x200 that the single Pow and Powx routines of those slots keep.  The
+// float lanes serve them (within 0.5 + 2^-8 ulp) and EP alike: nothing
+// cheaper keeps even EP's 11 bits over the whole exponent range, since the
+// absolute error of y log2 x is the result's relative error.  The per-element
+// step's plain core is within 0.5 + 2^-21 ulp.
 void qlmk_sPow_LA(int32_t n, const float* a, const float* b, float* y) {
     kernel_frame frame(qlm::frame::kRoundNearest, qlm::frame::kX87Double);
-    if (n > 0) pow_vectors<core::plain>(n, a, b, y, "vsPow");
+    if (n > 0) pow_single<false>(n, a, b, 0.0f, y, "vsPow");
 }
 void qlmk_sPow_EP(int32_t n, const float* a, const float* b, float* y) {
     kernel_frame frame;
-    if (n > 0) pow_vectors<core::plain>(n, a, b, y, "vsPow");
+    if (n > 0) pow_single<false>(n, a, b, 0.0f, y, "vsPow");
 }
 void qlmk_sPowx_LA(int32_t n, const float* a, float b, float* y) {
     kernel_frame frame(qlm::frame::kRoundNearest, qlm::frame::kX87Double);
-    if (n > 0) pow_scalar<core::plain>(n, a, b, y, "vsPowx");
+    if (n > 0) pow_single<true>(n, a, nullptr, b, y, "vsPowx");
 }
 void qlmk_sPowx_EP(int32_t n, const float* a, float b, float* y) {
     kernel_frame frame;
-    if (n > 0) pow_scalar<core::plain>(n, a, b, y, "vsPowx");
+    if (n > 0) pow_single<true>(n, a, nullptr, b, y, "vsPowx");
 }
 
 }  // extern "C"

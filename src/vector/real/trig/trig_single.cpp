@@ -1,12 +1,18 @@
 // Single Sin, Cos, SinCos and Tan, every slot.
 //
-// Each element is widened to double and evaluated by a double method one
-// class finer than the slot needs, then rounded once.  HA: the LA lanes of
-// double (trig_la_lanes.h; within 3.2 ulps of double, so within 0.5 + 2^-27
-// ulp of single), four elements a turn in two pairs, lanes at or above 2^16
-// redone; Tan LA runs the same body, which is faster than its EP method.
-// Other LA and EP routines: the EP methods of double (more than 27 bits, so within
-// 0.6 ulp of single), eight elements a turn, lanes at or above 2^24 redone.
+// LA: float arithmetic on four lanes (trig_single_lanes.h), eight elements
+// a turn; a group with an element at or above 6144 in magnitude (or not
+// finite) is recomputed element by element.
+// Sin and Cos HA: the floats widened to double lanes (trig_single_lanes.h,
+// single_ha), eight elements a turn; a group with an element at or above
+// 2^16 in magnitude (or not finite) is recomputed element by element.
+// SinCos and Tan HA and the EP routines: each element is widened to double
+// and evaluated by a double method one class finer than the slot needs,
+// then rounded once.  SinCos and Tan HA: the LA lanes of double
+// (trig_la_lanes.h; within 3.2 ulps of double, so within 0.5 + 2^-27 ulp of
+// single), four elements a turn in two pairs, lanes at or above 2^16
+// redone.  EP: the EP methods of double (more than 27 bits, so within 0.6
+// ulp of single), eight elements a turn, lanes at or above 2^24 redone.
 // The redone lanes (infinities among them) go one at a time through the
 // per-element step: NaN gives NaN quietly, an infinity NaN with
 // VXM_STATUS_ERRDOM, any other value the double evaluator with its exact
@@ -20,6 +26,7 @@
 #include "vector/real/power/group_loop.h"
 #include "vector/real/trig/tan_core.h"
 #include "vector/real/trig/trig_la_lanes.h"
+#include "vector/real/trig/trig_single_lanes.h"
 
 namespace {
 
@@ -54,11 +61,69 @@ void single_trig(int32_t n, const float* a, float* y, float* z, const char* name
     };
     auto redo = [&](int32_t i) {
         int32_t status = 0;
-        y[i] = static_cast<float>(special_step<F>(a[i], F == fn::cos ? 1 : 0, status));
-        if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(a[i], 1, status));
+        const float x = a[i];  // y may be a
+        const float s = static_cast<float>(special_step<F>(x, F == fn::cos ? 1 : 0, status));
+        if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(x, 1, status));
+        y[i] = s;
         if (status != 0) qlm::frame::raise_status(status, i, a, a, y, F == fn::sincos ? z : y, name);
     };
     run_eights_redo(n, a, trig::kPolyLimit, wide, redo);
+}
+
+// LA (Fine false): the float lanes of trig_single_lanes.h; Sin and Cos HA
+// (Fine true): its double lanes.  Eight elements a turn in two fours.  A
+// group with a lane outside the screen (|x| at or above 6144 in LA, 2^16 in
+// HA, or not finite) is recomputed element by element: each element runs
+// the same arithmetic on one lane when it passes the screen by itself, and
+// the per-element step otherwise, as does each element of the ragged end.
+template <fn F, bool Fine>
+void single_trig_groups(int32_t n, const float* a, float* y, float* z, const char* name) {
+    namespace la = trig::single_la;
+    namespace ha = trig::single_ha;
+    static_assert(!Fine || F == fn::sin || F == fn::cos);
+    const la::constants& k = la::opaque_constants();
+    auto first = [&](__m128 x) {
+        if constexpr (Fine) return ha::sine4<F == fn::cos>(x);
+        else if constexpr (F == fn::tan) return la::tangent(x, k);
+        else return la::sine<F == fn::cos>(x, k);
+    };
+    auto passes = [](__m128 x) { return Fine ? ha::passes(x) : la::passes(x); };
+    auto element = [&](int32_t i) {
+        const float v = a[i];
+        const __m128 x = _mm_set_ss(v);
+        if (!passes(x)) {
+            int32_t status = 0;
+            const float s = static_cast<float>(special_step<F>(v, F == fn::cos ? 1 : 0, status));
+            if constexpr (F == fn::sincos) z[i] = static_cast<float>(special_step<F>(v, 1, status));
+            y[i] = s;
+            if (status != 0) qlm::frame::raise_status(status, i, a, a, y, F == fn::sincos ? z : y, name);
+            return;
+        }
+        const __m128 s = first(x);
+        if constexpr (F == fn::sincos) _mm_store_ss(z + i, la::sine<true>(x, k));
+        _mm_store_ss(y + i, s);
+    };
+    int32_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
+        if (!(Fine ? ha::all_pass(x0, x1) : la::all_pass(x0, x1))) {
+            for (int32_t j = 0; j < 8; ++j) element(i + j);
+            continue;
+        }
+        const __m128 s0 = first(x0), s1 = first(x1);
+        if constexpr (F == fn::sincos) {
+            const __m128 c0 = la::sine<true>(x0, k), c1 = la::sine<true>(x1, k);
+            _mm_storeu_ps(z + i, c0);
+            _mm_storeu_ps(z + i + 4, c1);
+        }
+        _mm_storeu_ps(y + i, s0);
+        _mm_storeu_ps(y + i + 4, s1);
+    }
+    for (; i < n; ++i) element(i);
+}
+template <fn F>
+void single_trig_float(int32_t n, const float* a, float* y, float* z, const char* name) {
+    single_trig_groups<F, false>(n, a, y, z, name);
 }
 
 // HA: the LA lanes of double (trig_la_lanes.h) on the widened elements, four
@@ -117,21 +182,26 @@ using qlm::frame::kX87None;
         kernel_frame frame(kRoundNearest, x87);                       \
         if (n > 0) method<fn::f>(n, a, y, y, name);                   \
     }
+#define QLM_SINGLE_TRIG_HA(routine, f, name)                        \
+    extern "C" void routine(int32_t n, const float* a, float* y) {   \
+        kernel_frame frame(kRoundNearest, kX87Double);                \
+        if (n > 0) single_trig_groups<fn::f, true>(n, a, y, y, name); \
+    }
 #define QLM_SINGLE_SINCOS(routine, method)                                      \
     extern "C" void routine(int32_t n, const float* a, float* y, float* z) {  \
         kernel_frame frame(kRoundNearest, kX87Double);                          \
         if (n > 0) method<fn::sincos>(n, a, y, z, "vsSinCos");                  \
     }
 
-QLM_SINGLE_TRIG(qlmk_sSin_HA, sin, single_trig_fine, "vsSin", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sSin_LA, sin, single_trig, "vsSin", kX87None)
+QLM_SINGLE_TRIG_HA(qlmk_sSin_HA, sin, "vsSin")
+QLM_SINGLE_TRIG(qlmk_sSin_LA, sin, single_trig_float, "vsSin", kX87None)
 QLM_SINGLE_TRIG(qlmk_sSin_EP, sin, single_trig, "vsSin", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sCos_HA, cos, single_trig_fine, "vsCos", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sCos_LA, cos, single_trig, "vsCos", kX87Double)
+QLM_SINGLE_TRIG_HA(qlmk_sCos_HA, cos, "vsCos")
+QLM_SINGLE_TRIG(qlmk_sCos_LA, cos, single_trig_float, "vsCos", kX87Double)
 QLM_SINGLE_TRIG(qlmk_sCos_EP, cos, single_trig, "vsCos", kX87None)
 QLM_SINGLE_TRIG(qlmk_sTan_HA, tan, single_trig_fine, "vsTan", kX87Double)
-QLM_SINGLE_TRIG(qlmk_sTan_LA, tan, single_trig_fine, "vsTan", kX87Double)  // faster than the EP method here
+QLM_SINGLE_TRIG(qlmk_sTan_LA, tan, single_trig_float, "vsTan", kX87Double)
 QLM_SINGLE_TRIG(qlmk_sTan_EP, tan, single_trig, "vsTan", kX87Double)
 QLM_SINGLE_SINCOS(qlmk_sSinCos_HA, single_trig_fine)
-QLM_SINGLE_SINCOS(qlmk_sSinCos_LA, single_trig)
+QLM_SINGLE_SINCOS(qlmk_sSinCos_LA, single_trig_float)
 QLM_SINGLE_SINCOS(qlmk_sSinCos_EP, single_trig)
