@@ -35,7 +35,7 @@ TEST(Expm1SingleScreen, EdgeInEveryLaneMatchesItsOneLaneResult) {
                 const float three_quarters = 0.75f;
                 expm1(1, &three_quarters, &ordinary);
                 for (int i = 0; i < n; ++i)
-                    if (i != lane) EXPECT_EQ(y[i], ordinary) << "n " << n << " lane " << i;
+                    if (i != lane) { EXPECT_EQ(y[i], ordinary) << "n " << n << " lane " << i; }
             }
     }
 }

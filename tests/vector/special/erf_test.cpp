@@ -283,7 +283,7 @@ TEST(ErrorFunctions, SingleTailsRaiseUnderflowPerLane) {
             for (std::size_t i = 0; i < c.x.size(); ++i) {
                 EXPECT_TRUE(same_bits(y[i], alone[i])) << c.name << " slot " << slot << " element " << i;
                 const bool flagged = std::find(c.flagged.begin(), c.flagged.end(), int32_t(i)) != c.flagged.end();
-                if (!std::isnan(c.x[i])) EXPECT_EQ(flagged, y[i] < FLT_MIN) << c.name << " element " << i;
+                if (!std::isnan(c.x[i])) { EXPECT_EQ(flagged, y[i] < FLT_MIN) << c.name << " element " << i; }
             }
             EXPECT_TRUE(y[1] > 0 && y[1] < FLT_MIN) << c.name;  // a denormal, not a flushed zero
             EXPECT_EQ(y[2], 0.0f);

@@ -220,7 +220,7 @@ void expect_lanes_independent(unary_fn<T> const* table, const char* function, co
             const auto y = run<T>(table[slot], x, &status);
             for (int k = 0; k < std::min(n, 8); ++k) EXPECT_EQ(y[k], want[k]) << function << " n=" << n << " element " << k;
             EXPECT_EQ(status, n == 9 ? ninth.status : 0) << function << " n=" << n;
-            if (n == 9) EXPECT_EQ(y[8], ninth.want) << function;
+            if (n == 9) { EXPECT_EQ(y[8], ninth.want) << function; }
         }
     }
 }

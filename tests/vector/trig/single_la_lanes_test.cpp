@@ -155,7 +155,7 @@ TEST_F(SingleLaLanes, GroupWithOneLaneOffTheScreen) {
                     if (std::isnan(alone)) EXPECT_TRUE(std::isnan(y[i])) << f.name << " lane " << i;
                     else EXPECT_EQ(std::bit_cast<uint32_t>(y[i]), std::bit_cast<uint32_t>(alone)) << f.name << " lane " << i;
                 }
-                if (std::isfinite(odd)) EXPECT_LE(ulps(y[lane], odd, f.oracle), f.slot == HA ? 1.0 : 4.0) << f.name;
+                if (std::isfinite(odd)) { EXPECT_LE(ulps(y[lane], odd, f.oracle), f.slot == HA ? 1.0 : 4.0) << f.name; }
                 const std::size_t expected = std::isinf(odd) ? 2u : 0u;  // the whole call and the lone one
                 EXPECT_EQ(reports.size(), expected) << f.name << " lane " << lane;
                 for (const report& r : reports) EXPECT_EQ(r.status, VXM_STATUS_ERRDOM);
