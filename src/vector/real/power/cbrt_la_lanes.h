@@ -1,5 +1,6 @@
-// The fast (LA) cube root lanes: four doubles in two SSE registers, or four
-// floats in one, for x finite, nonzero and normal.
+// The fast (LA) cube root lanes of double: four doubles in two SSE
+// registers, for x finite, nonzero and normal.  (Single Cbrt LA has its own
+// float lanes in cbrt_single_lanes.h, on the same rows.)
 //
 // x = 2^(3q + s) m, m in [1, 2), s in {0, 1, 2}: with E the biased exponent,
 // F = E + 2 bias = 3 q' + s where q' = floor(F/3) is already the biased
@@ -15,8 +16,6 @@
 // by 3, row, scale) runs once for the four high words in 32-bit lanes, and
 // the sign of x rides on the scale: adding the sign bit to the high word of
 // the positive result sets it.
-// Single: T as head and tail, the Taylor series to r^3, the head added last
-// (about 0.75 ulp); the sign of x is put back by OR.
 #pragma once
 
 #include <smmintrin.h>
@@ -78,29 +77,6 @@ inline double cube_root(double x) {
     return _mm_cvtsd_f64(y0);
 }
 
-inline __m128 cube_root(__m128 x) {
-    const __m128i b = _mm_castps_si128(x);
-    const __m128i biased = _mm_and_si128(_mm_srli_epi32(b, 23), _mm_set1_epi32(0xFF));
-    const __m128i f = _mm_add_epi32(biased, _mm_set1_epi32(254));
-    const __m128i q = _mm_srli_epi32(_mm_mullo_epi32(f, _mm_set1_epi32(43691)), 17);
-    const __m128i s = _mm_sub_epi32(f, _mm_add_epi32(q, _mm_add_epi32(q, q)));
-    const __m128i row = _mm_add_epi32(_mm_slli_epi32(s, 6), _mm_and_si128(_mm_srli_epi32(b, 17), _mm_set1_epi32(63)));
-    // The four rows, one per lane, transposed into columns c, head, tail.
-    __m128 c = _mm_load_ps(cbrt_table_single[_mm_cvtsi128_si32(row)]);
-    __m128 head = _mm_load_ps(cbrt_table_single[_mm_extract_epi32(row, 1)]);
-    __m128 tail = _mm_load_ps(cbrt_table_single[_mm_extract_epi32(row, 2)]);
-    __m128 unused = _mm_load_ps(cbrt_table_single[_mm_extract_epi32(row, 3)]);
-    _MM_TRANSPOSE4_PS(c, head, tail, unused);
-
-    const __m128 m = _mm_or_ps(_mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(0x007FFFFF))), _mm_set1_ps(1.0f));
-    const __m128 r = _mm_sub_ps(_mm_mul_ps(m, c), _mm_set1_ps(1.0f));
-    auto k = [](int i) { return _mm_set1_ps(cbrt_series_single[i]); };
-    const __m128 p = _mm_mul_ps(r, _mm_add_ps(k(0), _mm_mul_ps(r, _mm_add_ps(k(1), _mm_mul_ps(r, k(2))))));
-    const __m128 v = _mm_add_ps(head, _mm_add_ps(tail, _mm_mul_ps(head, p)));
-    const __m128i scaled = _mm_add_epi32(_mm_castps_si128(v), _mm_slli_epi32(_mm_sub_epi32(q, _mm_set1_epi32(127)), 23));
-    return _mm_or_ps(_mm_castsi128_ps(scaled), _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(INT32_MIN))));
-}
-
 // The screen of a group: every magnitude's top word w, unsigned, with
 // w - low below width (normal, finite and nonzero), one branch for the group.
 inline bool all_in(__m128i words, int32_t low, int32_t width) {
@@ -110,6 +86,5 @@ inline bool all_in(__m128i words, int32_t low, int32_t width) {
     return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(d, _mm_set1_epi32(width ^ INT32_MIN)))) == 0xF;
 }
 inline bool all_normal(__m128i high) { return all_in(high, 0x00100000, 0x7FE00000); }
-inline bool all_normal(__m128 x) { return all_in(_mm_castps_si128(x), 0x00800000, 0x7F000000); }
 
 }  // namespace qlm::power::la

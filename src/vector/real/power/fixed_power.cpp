@@ -189,42 +189,32 @@ void power_kernel(int32_t n, const T* a, T* y, const char* name) {
     run_groups<4>(n, fast, element);
 }
 
-// The LA cube root: the packed lanes of cbrt_la_lanes.h, four elements a
-// turn (two double pairs or one float four).  The fast lane takes normal
-// finite nonzero x; a group with any other input is recomputed element by
-// element, its ordinary lanes by the same arithmetic on one lane, the others
-// through the per-element step.
+// Double Cbrt LA: the packed lanes of cbrt_la_lanes.h, four elements a turn
+// in two pairs.  The fast lane takes normal finite nonzero x; a group with
+// any other input is recomputed element by element, its ordinary lanes by
+// the same arithmetic on one lane, the others through the per-element step.
 inline bool la_window(double x) { return high_word(x) - 0x00100000u < 0x7FE00000u; }
 inline bool la_window(float x) { return abs_bits(x) - 0x00800000u < 0x7F000000u; }
-inline double la_cube_root(double x) { return qlm::power::la::cube_root(x); }
-inline float la_cube_root(float x) { return _mm_cvtss_f32(qlm::power::la::cube_root(_mm_set_ss(x))); }
 
-template <typename T>
-void cbrt_la_kernel(int32_t n, const T* a, T* y) {
+void cbrt_double_la_kernel(int32_t n, const double* a, double* y) {
+    namespace la = qlm::power::la;
     auto element = [&](int32_t i) {
-        const T x = a[i];
+        const double x = a[i];
         if (la_window(x)) {
-            y[i] = la_cube_root(x);
+            y[i] = la::cube_root(x);
             return;
         }
         int32_t status = 0;  // stays 0: the cube root has no status
-        y[i] = static_cast<T>(power_special<cbrt_spec>(x, status));
+        y[i] = power_special<cbrt_spec>(x, status);
     };
-    namespace la = qlm::power::la;
     auto fast = [&](int32_t i) {
-        if constexpr (sizeof(T) == 8) {
-            const __m128d x0 = _mm_loadu_pd(a + i), x1 = _mm_loadu_pd(a + i + 2);
-            const __m128i high = la::high_words(x0, x1);
-            if (!la::all_normal(high)) return false;
-            __m128d y0, y1;
-            la::cube_roots(x0, x1, high, y0, y1);
-            _mm_storeu_pd(y + i, y0);
-            _mm_storeu_pd(y + i + 2, y1);
-        } else {
-            const __m128 x = _mm_loadu_ps(a + i);
-            if (!la::all_normal(x)) return false;
-            _mm_storeu_ps(y + i, la::cube_root(x));
-        }
+        const __m128d x0 = _mm_loadu_pd(a + i), x1 = _mm_loadu_pd(a + i + 2);
+        const __m128i high = la::high_words(x0, x1);
+        if (!la::all_normal(high)) return false;
+        __m128d y0, y1;
+        la::cube_roots(x0, x1, high, y0, y1);
+        _mm_storeu_pd(y + i, y0);
+        _mm_storeu_pd(y + i + 2, y1);
         return true;
     };
     run_groups<4>(n, fast, element);
@@ -262,12 +252,6 @@ void cbrt_single_la_kernel(int32_t n, const float* a, float* y) {
 
 }  // namespace
 
-#define QLM_CBRT_LA(routine, type)                                \
-    extern "C" void routine(int32_t n, const type* a, type* y) { \
-        kernel_frame frame;                                      \
-        if (n > 0) cbrt_la_kernel<type>(n, a, y);                \
-    }
-
 #define QLM_FIXED_POWER(routine, exponent, method_, type, name, x87)                     \
     extern "C" void routine(int32_t n, const type* a, type* y) {                     \
         kernel_frame frame(qlm::frame::kRoundNearest, x87);                           \
@@ -278,7 +262,10 @@ using qlm::frame::kX87None;
 
 // Double.
 QLM_FIXED_POWER(qlmk_dCbrt_HA, cbrt_spec, pair, double, "vdCbrt", kX87None)
-QLM_CBRT_LA(qlmk_dCbrt_LA, double)
+extern "C" void qlmk_dCbrt_LA(int32_t n, const double* a, double* y) {
+    kernel_frame frame;
+    if (n > 0) cbrt_double_la_kernel(n, a, y);
+}
 QLM_FIXED_POWER(qlmk_dInvCbrt_HA, inv_cbrt_spec, pair, double, "vdInvCbrt", kX87None)
 QLM_FIXED_POWER(qlmk_dPow2o3_HA, pow2o3_spec, pair, double, "vdPow2o3", kX87None)
 QLM_FIXED_POWER(qlmk_dPow2o3_LA, pow2o3_spec, direct, double, "vdPow2o3", kX87None)

@@ -9,7 +9,7 @@
 // SinCos and Tan HA and the EP routines: each element is widened to double
 // and evaluated by a double method one class finer than the slot needs,
 // then rounded once.  SinCos and Tan HA: the LA lanes of double
-// (trig_la_lanes.h; within 3.2 ulps of double, so within 0.5 + 2^-27 ulp of
+// (trig_la_lanes.h; within 3.4 ulps of double, so within 0.5 + 2^-27 ulp of
 // single), four elements a turn in two pairs, lanes at or above 2^16
 // redone.  EP: the EP methods of double (more than 27 bits, so within 0.6
 // ulp of single), eight elements a turn, lanes at or above 2^24 redone.
