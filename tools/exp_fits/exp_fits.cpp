@@ -22,17 +22,13 @@
 #include <cstring>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t P = 256;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, P); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    ~mp() { mpfr_clear(v); }
-    mp(const mp& o) { mpfr_init2(v, P); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-};
+using mp = mpfit::mp_number<P>;
 
 // g(r) = (e^r - 1 - r) / r^2, from its series where r is tiny.
 void exp_target(mp& y, const mp& r) {
@@ -97,25 +93,7 @@ std::vector<mp> interpolate(target f, double lo, double hi, int degree) {
         }
         f(m[i][n], x);
     }
-    for (int c = 0; c < n; ++c) {  // Gaussian elimination with partial pivoting
-        int best = c;
-        for (int i = c + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][c].v, m[best][c].v) > 0) best = i;
-        std::swap(m[c], m[best]);
-        for (int i = 0; i < n; ++i) {
-            if (i == c) continue;
-            mp f;
-            mpfr_div(f.v, m[i][c].v, m[c][c].v, MPFR_RNDN);
-            for (int k = c; k <= n; ++k) {
-                mp t;
-                mpfr_mul(t.v, f.v, m[c][k].v, MPFR_RNDN);
-                mpfr_sub(m[i][k].v, m[i][k].v, t.v, MPFR_RNDN);
-            }
-        }
-    }
-    std::vector<mp> c(n);
-    for (int i = 0; i < n; ++i) mpfr_div(c[i].v, m[i][n].v, m[i][i].v, MPFR_RNDN);
-    return c;
+    return mpfit::solve(std::move(m));
 }
 
 // Worst relative error of x + x^3 p(x^2) against tanh x for x in

@@ -28,19 +28,13 @@
 #include <cstring>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t kPrec = 1024;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, kPrec); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    explicit mp(double d) { mpfr_init2(v, kPrec); mpfr_set_d(v, d, MPFR_RNDN); }
-    ~mp() { mpfr_clear(v); }
-    mp(const mp& o) { mpfr_init2(v, kPrec); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-    double d() const { return mpfr_get_d(v, MPFR_RNDN); }
-};
+using mp = mpfit::mp_number<kPrec>;
 
 double from_high_word(uint32_t hw) {
     const uint64_t b = static_cast<uint64_t>(hw) << 32;
@@ -86,31 +80,7 @@ std::vector<double> interpolate(double half_width, int degree) {
         }
         tail(m[i][n].v, x.v);
     }
-    for (int k = 0; k < n; ++k) {
-        int piv = k;
-        for (int i = k + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][k].v, m[piv][k].v) > 0) piv = i;
-        std::swap(m[k], m[piv]);
-        for (int i = k + 1; i < n; ++i) {
-            mp r;
-            mpfr_div(r.v, m[i][k].v, m[k][k].v, MPFR_RNDN);
-            for (int j = k; j <= n; ++j) {
-                mp s;
-                mpfr_mul(s.v, r.v, m[k][j].v, MPFR_RNDN);
-                mpfr_sub(m[i][j].v, m[i][j].v, s.v, MPFR_RNDN);
-            }
-        }
-    }
-    std::vector<mp> c(n);
-    for (int k = n - 1; k >= 0; --k) {
-        mp s = m[k][n];
-        for (int j = k + 1; j < n; ++j) {
-            mp q;
-            mpfr_mul(q.v, m[k][j].v, c[j].v, MPFR_RNDN);
-            mpfr_sub(s.v, s.v, q.v, MPFR_RNDN);
-        }
-        mpfr_div(c[k].v, s.v, m[k][k].v, MPFR_RNDN);
-    }
+    const std::vector<mp> c = mpfit::solve(std::move(m));
     std::vector<double> out(n);
     for (int k = 0; k < n; ++k) out[k] = c[k].d();
     return out;

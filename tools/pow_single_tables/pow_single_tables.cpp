@@ -27,17 +27,13 @@
 #include <utility>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t P = 256;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, P); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    ~mp() { mpfr_clear(v); }
-    mp(const mp& o) { mpfr_init2(v, P); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-};
+using mp = mpfit::mp_number<P>;
 
 using target = void (*)(mp&, const mp&);
 
@@ -75,28 +71,9 @@ std::vector<double> interpolate(target f, double h, int degree) {
         for (int k = 0; k < n; ++k) { m[i][k] = p; mpfr_mul(p.v, p.v, x.v, MPFR_RNDN); }
         f(m[i][n], x);
     }
-    for (int c = 0; c < n; ++c) {
-        int best = c;
-        for (int i = c + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][c].v, m[best][c].v) > 0) best = i;
-        std::swap(m[c], m[best]);
-        for (int i = 0; i < n; ++i) {
-            if (i == c) continue;
-            mp q;
-            mpfr_div(q.v, m[i][c].v, m[c][c].v, MPFR_RNDN);
-            for (int k = c; k <= n; ++k) {
-                mp t;
-                mpfr_mul(t.v, q.v, m[c][k].v, MPFR_RNDN);
-                mpfr_sub(m[i][k].v, m[i][k].v, t.v, MPFR_RNDN);
-            }
-        }
-    }
+    const std::vector<mp> x = mpfit::solve(std::move(m));
     std::vector<double> c(n);
-    for (int i = 0; i < n; ++i) {
-        mp q;
-        mpfr_div(q.v, m[i][n].v, m[i][i].v, MPFR_RNDN);
-        c[i] = mpfr_get_d(q.v, MPFR_RNDN);
-    }
+    for (int i = 0; i < n; ++i) c[i] = x[i].d();
     return c;
 }
 

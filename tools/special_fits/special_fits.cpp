@@ -19,20 +19,14 @@
 #include <string>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t P = 192;
 using target_fn = std::function<void(mpfr_t y, const mpfr_t x)>;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, P); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    explicit mp(double d) { mpfr_init2(v, P); mpfr_set_d(v, d, MPFR_RNDN); }
-    ~mp() { mpfr_clear(v); }
-    mp(const mp& o) { mpfr_init2(v, P); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-    double d() const { return mpfr_get_d(v, MPFR_RNDN); }
-};
+using mp = mpfit::mp_number<P>;
 
 // Solves the Vandermonde system of the nodes in t = x - c.
 std::vector<double> interpolate(const target_fn& f, double a, double b, double c, int degree) {
@@ -52,22 +46,7 @@ std::vector<double> interpolate(const target_fn& f, double a, double b, double c
         for (int j = 0; j < n; ++j) { m[i][j] = p; mpfr_mul(p.v, p.v, t.v, MPFR_RNDN); }
         f(m[i][n].v, x.v);
     }
-    for (int k = 0; k < n; ++k) {
-        int piv = k;
-        for (int i = k + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][k].v, m[piv][k].v) > 0) piv = i;
-        std::swap(m[k], m[piv]);
-        for (int i = k + 1; i < n; ++i) {
-            mp r; mpfr_div(r.v, m[i][k].v, m[k][k].v, MPFR_RNDN);
-            for (int j = k; j <= n; ++j) { mp s; mpfr_mul(s.v, r.v, m[k][j].v, MPFR_RNDN); mpfr_sub(m[i][j].v, m[i][j].v, s.v, MPFR_RNDN); }
-        }
-    }
-    std::vector<mp> coef(n);
-    for (int k = n - 1; k >= 0; --k) {
-        mp s = m[k][n];
-        for (int j = k + 1; j < n; ++j) { mp q; mpfr_mul(q.v, m[k][j].v, coef[j].v, MPFR_RNDN); mpfr_sub(s.v, s.v, q.v, MPFR_RNDN); }
-        mpfr_div(coef[k].v, s.v, m[k][k].v, MPFR_RNDN);
-    }
+    const std::vector<mp> coef = mpfit::solve(std::move(m));
     // The constant term is kept as hi + lo (the last entry holds lo), so
     // that a fit whose value is dominated by it is not limited by its rounding.
     std::vector<double> out(n + 1);

@@ -26,17 +26,13 @@
 #include <utility>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t P = 256;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, P); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    ~mp() { mpfr_clear(v); }
-    mp(const mp& o) { mpfr_init2(v, P); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-};
+using mp = mpfit::mp_number<P>;
 
 // r from g = r^2 (r >= 0).
 void root(mp& r, const mp& g) { mpfr_sqrt(r.v, g.v, MPFR_RNDN); }
@@ -48,29 +44,6 @@ void tangent_target(mp& y, const mp& g) {
     root(r, g);
     mpfr_tan(y.v, r.v, MPFR_RNDN);
     mpfr_div(y.v, y.v, r.v, MPFR_RNDN);
-}
-
-std::vector<mp> solve(std::vector<std::vector<mp>> m) {
-    const int n = static_cast<int>(m.size());
-    for (int c = 0; c < n; ++c) {
-        int best = c;
-        for (int i = c + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][c].v, m[best][c].v) > 0) best = i;
-        std::swap(m[c], m[best]);
-        for (int i = 0; i < n; ++i) {
-            if (i == c) continue;
-            mp f;
-            mpfr_div(f.v, m[i][c].v, m[c][c].v, MPFR_RNDN);
-            for (int k = c; k <= n; ++k) {
-                mp t;
-                mpfr_mul(t.v, f.v, m[c][k].v, MPFR_RNDN);
-                mpfr_sub(m[i][k].v, m[i][k].v, t.v, MPFR_RNDN);
-            }
-        }
-    }
-    std::vector<mp> x(n);
-    for (int i = 0; i < n; ++i) mpfr_div(x[i].v, m[i][n].v, m[i][i].v, MPFR_RNDN);
-    return x;
 }
 
 // Chebyshev node i of n on [0, hi].
@@ -139,7 +112,7 @@ std::vector<T> sine_fit(int n, double& error) {
                 mpfr_mul_si(m[i][n].v, s.v, i % 2 ? 1 : -1, MPFR_RNDN);
                 mpfr_sub(m[i][n + 1].v, s.v, r.v, MPFR_RNDN);
             }
-            const std::vector<mp> x = solve(m);
+            const std::vector<mp> x = mpfit::solve(m);
             for (int k = 0; k < n; ++k) c[k] = x[k];
             // New points: the extremum of each run of one sign on a fine grid.
             std::vector<double> extrema;
@@ -255,7 +228,7 @@ int main() {
             mpfr_neg(m[i][4].v, m[i][4].v, MPFR_RNDN);
             m[i][5] = f;
         }
-        const std::vector<mp> x = solve(m);
+        const std::vector<mp> x = mpfit::solve(m);
         std::vector<float> p = {mpfr_get_flt(x[0].v, MPFR_RNDN), mpfr_get_flt(x[1].v, MPFR_RNDN),
                                 mpfr_get_flt(x[2].v, MPFR_RNDN)};
         std::vector<float> q = {1.0f, mpfr_get_flt(x[3].v, MPFR_RNDN), mpfr_get_flt(x[4].v, MPFR_RNDN)};
