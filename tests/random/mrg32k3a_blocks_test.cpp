@@ -38,25 +38,28 @@ std::array<uint32_t, 6> model_state(const mrg32k3a_model& m) {
 }
 
 // Draws the pieces one after another in the integer, double and single
-// forms from three equal streams, and checks every element against the
-// model and every state after a call against the model's.
+// forms from equal streams (double both on [0, 1), where the offset
+// drops out, and on a shifted interval), and checks every element against
+// the model and every state after a call against the model's.
 void check_pieces(const std::array<uint32_t, 6>& seed, const std::vector<int32_t>& pieces) {
-    mrg_stream wi(seed), wd(seed), ws(seed);
+    mrg_stream wi(seed), wd(seed), ws(seed), wu(seed);
     mrg32k3a_model m(seed);
     const double lo = -2.5, hi = 7.0, scale = (hi - lo) * 2.328306549837829e-10;
     int64_t at = 0;
     for (int32_t n : pieces) {
         SCOPED_TRACE(testing::Message() << "piece of " << n << " at " << at);
         std::vector<uint32_t> w(n);
-        std::vector<double> d(n);
+        std::vector<double> d(n), u(n);
         std::vector<float> f(n);
         ASSERT_EQ(__vxsiBRngMRG32K3A(wi.s, n, w.data()), 0);
         ASSERT_EQ(__vxsdBRngMRG32K3A(wd.s, n, d.data(), lo, hi), 0);
         ASSERT_EQ(__vxssBRngMRG32K3A(ws.s, n, f.data(), -1.0f, 3.0f), 0);
+        ASSERT_EQ(__vxsdBRngMRG32K3A(wu.s, n, u.data(), 0.0, 1.0), 0);
         for (int32_t i = 0; i < n; ++i) {
             const uint32_t z = m.next();
             ASSERT_EQ(w[i], z) << "element " << at + i;
             ASSERT_EQ(d[i], static_cast<double>(z) * scale + lo) << "element " << at + i;
+            ASSERT_EQ(u[i], static_cast<double>(z) * 2.328306549837829e-10) << "element " << at + i;
             ASSERT_EQ(f[i], static_cast<float>(static_cast<double>(z) * (4.0 * 2.328306549837829e-10) - 1.0))
                 << "element " << at + i;
         }
@@ -64,6 +67,7 @@ void check_pieces(const std::array<uint32_t, 6>& seed, const std::vector<int32_t
         ASSERT_EQ(wi.state(), want);
         ASSERT_EQ(wd.state(), want);
         ASSERT_EQ(ws.state(), want);
+        ASSERT_EQ(wu.state(), want);
         at += n;
     }
 }

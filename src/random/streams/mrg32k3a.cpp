@@ -39,9 +39,9 @@
 // that is two jumps deep instead of eleven, ~4% of a call of 1000 and ~10%
 // of a call of 200 (TSC minimum over many calls, same run).  The history
 // lives in a small row buffer (one load per operand is cheaper than the
-// register shuffling the compiler makes otherwise), and each step's elements
-// are formed two steps behind the recurrence so that their work fills the
-// latency of y(n) on y(n-1) (~16 cycles).  A step of the six registers is
+// register shuffling the compiler makes otherwise), and each step stores
+// the elements of the row three steps behind it, so that their work fills
+// the latency of y(n) on y(n-1) (~16 cycles).  A step of the six registers is
 // ~23 vector operations per register plus loads and stores, ~40
 // instructions.  Measured and kept out: 8 or 16 chains (8 equal at 1000 and
 // 3% slower at 3000, 16 slower), a sign mask instead of the blend for y
@@ -52,7 +52,8 @@
 // register, not by one part.  Earlier: 6 registers beat 4, and chains run in
 // scalar integer code beside the lanes made the whole slower.  Outputs are
 // the same integers as the step-by-step recurrence, so the scaling z s + a
-// gives identical doubles and floats.
+// gives identical doubles and floats; with a zero offset (the usual [0, 1))
+// the lanes skip the addition, as z s + 0 is z s (4% of a call of 1000).
 // Output scale: 0x3DF000000D10000B = 2.328306549837829e-10, 1/m1 rounded.
 #include <smmintrin.h>
 
@@ -291,12 +292,14 @@ inline __m128d element(__m128d x, __m128d y, const lane_constants& c) {
 // Where the lanes' elements go.  z holds two elements as exact integers,
 // lane 0 for r[i0] and lane 1 for r[i1]; the scale and offset are kept in
 // registers for the pass, and floats are the doubles rounded on the store.
-template <typename T>
+// A zero offset (the usual [0, 1)) drops the addition: z s + 0 is z s.
+template <typename T, bool Offset>
 struct scaled_lanes {
     T* r;
     __m128d scale, a;
     void store(int32_t i0, int32_t i1, __m128d z) const {
-        const __m128d d = _mm_add_pd(_mm_mul_pd(z, scale), a);
+        __m128d d = _mm_mul_pd(z, scale);
+        if constexpr (Offset) d = _mm_add_pd(d, a);
         if constexpr (std::is_same_v<T, double>) {
             _mm_store_sd(r + i0, d);
             _mm_storeh_pd(r + i1, d);
@@ -318,9 +321,21 @@ struct word_lanes {
     }
 };
 
-inline scaled_lanes<double> lanes_of(const double_sink& s) { return {s.r, _mm_set1_pd(s.scale), _mm_set1_pd(s.a)}; }
-inline scaled_lanes<float> lanes_of(const single_sink& s) { return {s.r, _mm_set1_pd(s.scale), _mm_set1_pd(s.a)}; }
-inline word_lanes lanes_of(const word_sink& s) { return {s.r}; }
+// The lanes of a sink, handed to f: with and without the offset for the
+// scaled sinks, by the offset's value.
+template <typename Sink, typename F>
+inline void with_lanes(const Sink& s, F&& f) {
+    if constexpr (std::is_same_v<Sink, word_sink>) {
+        f(word_lanes{s.r});
+    } else {
+        using T = std::remove_pointer_t<decltype(s.r)>;
+        const __m128d scale = _mm_set1_pd(s.scale), a = _mm_set1_pd(s.a);
+        if (s.a == 0)
+            f(scaled_lanes<T, false>{s.r, scale, a});
+        else
+            f(scaled_lanes<T, true>{s.r, scale, a});
+    }
+}
 
 // History rows of one pass: row k holds v(n) of every chain for one step,
 // register p holding chains 2p and 2p + 1.  The rows run up the buffer for
@@ -365,11 +380,10 @@ inline void emit_row(const history& hx, const history& hy, int32_t k, const lane
 // the recurrence, so that each step's loads and long dependency chains
 // overlap with independent work.  The state afterwards is the last chain's
 // last three values.
-template <typename Sink>
-void run_chains(const __m128i (&start)[chains][3], int32_t length, int32_t first, const Sink& sink,
+template <typename Lanes>
+void run_chains(const __m128i (&start)[chains][3], int32_t length, int32_t first, const Lanes& out,
                 mrg32k3a_state& s) {
     constexpr int32_t lag = 3;
-    const auto out = lanes_of(sink);
     const lane_constants c;
     alignas(16) history hx, hy;
     // Values below 2^32 become doubles by the 2^52 trick; a pair of chains'
@@ -423,7 +437,7 @@ int32_t generate(void* stream, int32_t n, const Sink& out) {
                 const int from = std::max(0, j - back);
                 jump(jumps.power[(j - from) * length], start[from], start[j]);
             }
-            run_chains(start, length, i, out, s);
+            with_lanes(out, [&](const auto& lanes) { run_chains(start, length, i, lanes, s); });
             i += chains * length;
         }
     } else if (n >= 16) {
