@@ -22,19 +22,14 @@
 #include <utility>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t P = 320;
 constexpr int kDegree = 16;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, P); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    ~mp() { mpfr_clear(v); }
-    mp(const mp& o) { mpfr_init2(v, P); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-    double d() const { return mpfr_get_d(v, MPFR_RNDN); }
-};
+using mp = mpfit::mp_number<P>;
 
 void log_abs_gamma(mpfr_t y, const mpfr_t x) {
     int sign;
@@ -89,31 +84,7 @@ std::vector<mp> interpolate(const mp& x0, double r) {
         }
         quotient(m[i][n].v, x0, t.v);
     }
-    for (int k = 0; k < n; ++k) {
-        int piv = k;
-        for (int i = k + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][k].v, m[piv][k].v) > 0) piv = i;
-        std::swap(m[k], m[piv]);
-        for (int i = k + 1; i < n; ++i) {
-            mp q;
-            mpfr_div(q.v, m[i][k].v, m[k][k].v, MPFR_RNDN);
-            for (int j = k; j <= n; ++j) {
-                mp s;
-                mpfr_mul(s.v, q.v, m[k][j].v, MPFR_RNDN);
-                mpfr_sub(m[i][j].v, m[i][j].v, s.v, MPFR_RNDN);
-            }
-        }
-    }
-    std::vector<mp> c(n);
-    for (int k = n - 1; k >= 0; --k) {
-        mp s = m[k][n];
-        for (int j = k + 1; j < n; ++j) {
-            mp q;
-            mpfr_mul(q.v, m[k][j].v, c[j].v, MPFR_RNDN);
-            mpfr_sub(s.v, s.v, q.v, MPFR_RNDN);
-        }
-        mpfr_div(c[k].v, s.v, m[k][k].v, MPFR_RNDN);
-    }
+    const std::vector<mp> c = mpfit::solve(std::move(m));
     return c;
 }
 

@@ -21,18 +21,13 @@
 #include <utility>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t kBits = 256;
 
-struct big {
-    mpfr_t v;
-    big() { mpfr_init2(v, kBits); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    explicit big(double d) { mpfr_init2(v, kBits); mpfr_set_d(v, d, MPFR_RNDN); }
-    big(const big& o) { mpfr_init2(v, kBits); mpfr_set(v, o.v, MPFR_RNDN); }
-    big& operator=(const big& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-    ~big() { mpfr_clear(v); }
-};
+using big = mpfit::mp_number<kBits>;
 
 using target = std::function<void(mpfr_t y, const mpfr_t s)>;
 
@@ -68,29 +63,7 @@ std::vector<big> interpolate(const target& f, double a, double b, int degree) {
         }
         f(m[i][n].v, s.v);
     }
-    for (int k = 0; k < n; ++k) {
-        int pivot = k;
-        for (int i = k + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][k].v, m[pivot][k].v) > 0) pivot = i;
-        std::swap(m[k], m[pivot]);
-        for (int i = k + 1; i < n; ++i) {
-            big r, q;
-            mpfr_div(r.v, m[i][k].v, m[k][k].v, MPFR_RNDN);
-            for (int j = k; j <= n; ++j) {
-                mpfr_mul(q.v, r.v, m[k][j].v, MPFR_RNDN);
-                mpfr_sub(m[i][j].v, m[i][j].v, q.v, MPFR_RNDN);
-            }
-        }
-    }
-    std::vector<big> c(n);
-    for (int k = n - 1; k >= 0; --k) {
-        big s = m[k][n], q;
-        for (int j = k + 1; j < n; ++j) {
-            mpfr_mul(q.v, m[k][j].v, c[j].v, MPFR_RNDN);
-            mpfr_sub(s.v, s.v, q.v, MPFR_RNDN);
-        }
-        mpfr_div(c[k].v, s.v, m[k][k].v, MPFR_RNDN);
-    }
+    const std::vector<big> c = mpfit::solve(std::move(m));
     return c;
 }
 

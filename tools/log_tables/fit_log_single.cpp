@@ -23,17 +23,13 @@
 #include <cstdio>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t kPrec = 192;
 
-struct mp {
-    mpfr_t v;
-    mp() { mpfr_init2(v, kPrec); mpfr_set_ui(v, 0, MPFR_RNDN); }
-    mp(const mp& o) { mpfr_init2(v, kPrec); mpfr_set(v, o.v, MPFR_RNDN); }
-    mp& operator=(const mp& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-    ~mp() { mpfr_clear(v); }
-};
+using mp = mpfit::mp_number<kPrec>;
 
 enum class target { ln, log10 };
 
@@ -93,31 +89,7 @@ std::vector<mp> interpolate(target t, double a, double b, int top, const std::ve
         }
         m[i][n] = y;
     }
-    for (int k = 0; k < n; ++k) {
-        int piv = k;
-        for (int i = k + 1; i < n; ++i)
-            if (mpfr_cmpabs(m[i][k].v, m[piv][k].v) > 0) piv = i;
-        std::swap(m[k], m[piv]);
-        for (int i = k + 1; i < n; ++i) {
-            mp r;
-            mpfr_div(r.v, m[i][k].v, m[k][k].v, MPFR_RNDN);
-            for (int j = k; j <= n; ++j) {
-                mp s;
-                mpfr_mul(s.v, r.v, m[k][j].v, MPFR_RNDN);
-                mpfr_sub(m[i][j].v, m[i][j].v, s.v, MPFR_RNDN);
-            }
-        }
-    }
-    std::vector<mp> c(n);
-    for (int k = n - 1; k >= 0; --k) {
-        mp s = m[k][n];
-        for (int j = k + 1; j < n; ++j) {
-            mp q;
-            mpfr_mul(q.v, m[k][j].v, c[j].v, MPFR_RNDN);
-            mpfr_sub(s.v, s.v, q.v, MPFR_RNDN);
-        }
-        mpfr_div(c[k].v, s.v, m[k][k].v, MPFR_RNDN);
-    }
+    const std::vector<mp> c = mpfit::solve(std::move(m));
     return c;
 }
 
