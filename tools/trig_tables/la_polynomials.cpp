@@ -21,17 +21,13 @@
 #include <cstdio>
 #include <vector>
 
+#include "../common/mp_fit.h"
+
 namespace {
 
 constexpr mpfr_prec_t kPrec = 256;
 
-struct big {
-    mpfr_t v;
-    big() { mpfr_init2(v, kPrec); mpfr_set_zero(v, 1); }
-    big(const big& o) { mpfr_init2(v, kPrec); mpfr_set(v, o.v, MPFR_RNDN); }
-    big& operator=(const big& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
-    ~big() { mpfr_clear(v); }
-};
+using big = mpfit::mp_number<kPrec>;
 
 // (sin r - r) / r^3 at g = r^2, by its series (no cancellation near 0).
 void sine_tail(mpfr_t out, const mpfr_t g) {
@@ -47,38 +43,10 @@ void sine_tail(mpfr_t out, const mpfr_t g) {
     mpfr_set(out, sum.v, MPFR_RNDN);
 }
 
-// Solves the (n x n) system a c = b by Gaussian elimination with pivoting.
-std::vector<big> solve(std::vector<std::vector<big>> a, std::vector<big> b) {
-    const int n = static_cast<int>(b.size());
-    big t;
-    for (int col = 0; col < n; ++col) {
-        int p = col;
-        for (int r = col + 1; r < n; ++r)
-            if (mpfr_cmpabs(a[r][col].v, a[p][col].v) > 0) p = r;
-        std::swap(a[p], a[col]);
-        std::swap(b[p], b[col]);
-        for (int r = col + 1; r < n; ++r) {
-            big f;
-            mpfr_div(f.v, a[r][col].v, a[col][col].v, MPFR_RNDN);
-            for (int k = col; k < n; ++k) {
-                mpfr_mul(t.v, f.v, a[col][k].v, MPFR_RNDN);
-                mpfr_sub(a[r][k].v, a[r][k].v, t.v, MPFR_RNDN);
-            }
-            mpfr_mul(t.v, f.v, b[col].v, MPFR_RNDN);
-            mpfr_sub(b[r].v, b[r].v, t.v, MPFR_RNDN);
-        }
-    }
-    std::vector<big> c(n);
-    for (int r = n - 1; r >= 0; --r) {
-        mpfr_set(t.v, b[r].v, MPFR_RNDN);
-        for (int k = r + 1; k < n; ++k) {
-            big u;
-            mpfr_mul(u.v, a[r][k].v, c[k].v, MPFR_RNDN);
-            mpfr_sub(t.v, t.v, u.v, MPFR_RNDN);
-        }
-        mpfr_div(c[r].v, t.v, a[r][r].v, MPFR_RNDN);
-    }
-    return c;
+// Solves the (n x n) system a c = b.
+std::vector<big> solve(std::vector<std::vector<big>> a, const std::vector<big>& b) {
+    for (std::size_t r = 0; r < b.size(); ++r) a[r].push_back(b[r]);
+    return mpfit::solve(std::move(a));
 }
 
 // Coefficients rounded to double or float, as doubles.
