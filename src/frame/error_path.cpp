@@ -99,7 +99,9 @@ void raise_status_common(int32_t status, int32_t index, const Elem* a1, const El
                          Elem* r2, const char* name, Read read, Write write) {
     thread_block* block = get_thread_block();
     block->status = status;
-    const uint32_t mode = qlm_vxm_kernel_GetMode();
+    // The block's own word unless it is still unset, which only the full
+    // read settles (it consults the environment).
+    const uint32_t mode = block->mode != 0 ? block->mode : qlm_vxm_kernel_GetMode();
     if ((mode & VXM_ERRMODE_MASK) == VXM_ERRMODE_IGNORE) return;
 
     qlm_vxm_error_record record;
@@ -110,7 +112,11 @@ void raise_status_common(int32_t status, int32_t index, const Elem* a1, const El
                                reinterpret_cast<intptr_t>(block->input_base);
         record.index += static_cast<int32_t>(bytes >> Shift);
     }
-    record.name_length = format_function_name(record.name, "", name, "");
+    // Only the callback and the message read the name: without either,
+    // the copy is skipped, which keeps a run of reported elements cheap.
+    const bool calls_back = (mode & kCallbackBits) != 0 && block->callback != nullptr;
+    if (calls_back || (mode & VXM_ERRMODE_STDERR) != 0)
+        record.name_length = format_function_name(record.name, "", name, "");
     const bool has_operands = status != VXM_STATUS_BADSIZE && status != VXM_STATUS_BADMEM;
     if (has_operands) {
         read(a1[index], record.arg1, record.arg1_imag);
@@ -118,10 +124,13 @@ void raise_status_common(int32_t status, int32_t index, const Elem* a1, const El
         read(r1[index], record.res1, record.res1_imag);
         read(r2[index], record.res2, record.res2_imag);
     }
-    if ((mode & kCallbackBits) != 0 && block->callback != nullptr) {
-        if (block->callback(&record) != 0) return;
+    if (calls_back && block->callback(&record) != 0) return;
+    // The report reads the mode anew, as the callback may have changed it;
+    // without a callback the word read above still stands.
+    if ((mode & kReportBits) != 0) {
+        if (calls_back) report_status(record);
+        else report_status(record, mode);
     }
-    if ((mode & kReportBits) != 0) report_status(record);
     if (has_operands) {
         write(r2[index], record.res2, record.res2_imag);
         write(r1[index], record.res1, record.res1_imag);
@@ -151,8 +160,9 @@ int format_function_name(char* out, const char* prefix, const char* name, const 
     return length;
 }
 
-void report_status(const qlm_vxm_error_record& record) {
-    const uint32_t mode = qlm_vxm_kernel_GetMode();
+void report_status(const qlm_vxm_error_record& record) { report_status(record, qlm_vxm_kernel_GetMode()); }
+
+void report_status(const qlm_vxm_error_record& record, uint32_t mode) {
     if (mode & VXM_ERRMODE_ERRNO) status_to_errno(record.status);
     if (mode & VXM_ERRMODE_STDERR) status_to_stream(record);
     if (mode & VXM_ERRMODE_EXCEPT) status_to_exception(record.status);

@@ -41,5 +41,7 @@ int format_function_name(char* out, const char* prefix, const char* name, const 
 // errno, message and exception, in that order, as the mode's bits 0x200,
 // 0x400 and 0x800 ask.
 void report_status(const qlm_vxm_error_record& record);
+// The same under a mode word the caller has just read.
+void report_status(const qlm_vxm_error_record& record, uint32_t mode);
 
 }  // namespace qlm::frame

@@ -25,8 +25,15 @@ namespace {
 pthread_key_t slot;
 bool slot_valid = false;  // false is the no-slot value
 
+// The calling thread's block as the key holds it, so that the error path,
+// which runs once per reported element, reads it without a call.  Every
+// place that sets or clears the thread's key value sets or clears it too.
+thread_local thread_block* own_block = nullptr;
+
 void thread_detach(void* block) {
-    // The key's value is already cleared when the destructor runs.
+    // The key's value is already cleared when the destructor runs, which
+    // happens on the ending thread itself.
+    own_block = nullptr;
     frame_heap_free(block);
 }
 
@@ -97,16 +104,18 @@ thread_block* create_thread_block() {
     // The input vector base is cleared too: a caller that never set one then
     // gets no index translation, which is what a correct caller sees anyway.
     std::memset(block, 0, sizeof(thread_block));
+    own_block = block;
     return block;
 }
 
 thread_block* get_thread_block() {
+    if (own_block != nullptr) return own_block;
     if (!slot_valid) {
         // Repairs a missing slot as load would; load is relied on to have run.
         if (allocate_slot()) create_thread_block();
     }
     if (slot_valid) {
-        if (auto* block = static_cast<thread_block*>(pthread_getspecific(slot))) return block;
+        if (auto* block = static_cast<thread_block*>(pthread_getspecific(slot))) return own_block = block;
         if (thread_block* block = create_thread_block()) return block;
     }
     _exit(1);
@@ -117,7 +126,10 @@ void free_thread_block(thread_block* block) {
     thread_block* own = static_cast<thread_block*>(pthread_getspecific(slot));
     if (block == nullptr) block = own;
     if (block == nullptr) return;
-    if (block == own) pthread_setspecific(slot, nullptr);
+    if (block == own) {
+        pthread_setspecific(slot, nullptr);
+        own_block = nullptr;
+    }
     frame_heap_free(block);
 }
 
