@@ -149,6 +149,19 @@ inline uint64_t double_to_bits(double d) { return static_cast<uint64_t>(_mm_cvts
 inline float bits_to_float(uint32_t u) { return _mm_cvtss_f32(_mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int32_t>(u)))); }
 inline uint32_t float_to_bits(float f) { return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_castps_si128(_mm_set_ss(f)))); }
 
+// The four 32-bit lanes of v, for reading one table row per lane: two
+// 64-bit moves split in the integer unit take fewer vector operations than
+// four extractions.
+struct lane_words {
+    uint32_t w[4];
+};
+inline lane_words words_of(__m128i v) {
+    const uint64_t lo = static_cast<uint64_t>(_mm_cvtsi128_si64(v));
+    const uint64_t hi = static_cast<uint64_t>(_mm_extract_epi64(v, 1));
+    return {{static_cast<uint32_t>(lo), static_cast<uint32_t>(lo >> 32), static_cast<uint32_t>(hi),
+             static_cast<uint32_t>(hi >> 32)}};
+}
+
 inline __m128d splat_bits(uint64_t u) { return _mm_castsi128_pd(_mm_set1_epi64x(static_cast<int64_t>(u))); }
 inline __m128 splat_bits32(uint32_t u) { return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int32_t>(u))); }
 

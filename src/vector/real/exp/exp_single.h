@@ -60,8 +60,8 @@ struct ha {
         const __m128 r = _mm_sub_ps(_mm_sub_ps(x, _mm_mul_ps(nf, lane_of<float_of_bits(0x3BB18000u)>())),
                                     _mm_mul_ps(nf, lane_of<float_of_bits(0xB5DE8083u)>()));
         const auto* table = exp_tables::single;
-        const int j0 = _mm_cvtsi128_si32(bits) & 127, j1 = _mm_extract_epi32(bits, 1) & 127,
-                  j2 = _mm_extract_epi32(bits, 2) & 127, j3 = _mm_extract_epi32(bits, 3) & 127;
+        const lane_words j = words_of(_mm_and_si128(bits, _mm_set1_epi32(127)));
+        const uint32_t j0 = j.w[0], j1 = j.w[1], j2 = j.w[2], j3 = j.w[3];
         const __m128 e0 = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(table[j0])));
         const __m128 e1 = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(table[j1])));
         const __m128 e2 = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(table[j2])));

@@ -22,6 +22,7 @@
 
 #include <cstdint>
 
+#include "vector/real/lane_loops.h"
 #include "vector/real/power/cbrt_table.h"
 
 namespace qlm::power::la {
@@ -62,10 +63,9 @@ inline __m128i high_words(__m128d x0, __m128d x1) {
     const __m128i scale = _mm_add_epi32(_mm_slli_epi32(_mm_sub_epi32(q, _mm_set1_epi32(1023)), 20),
                                         _mm_and_si128(high, _mm_set1_epi32(INT32_MIN)));
     const __m128i zero = _mm_setzero_si128();
-    y0 = cube_root_pair(x0, cbrt_table[_mm_cvtsi128_si32(row)], cbrt_table[_mm_extract_epi32(row, 1)],
-                        _mm_unpacklo_epi32(zero, scale));
-    y1 = cube_root_pair(x1, cbrt_table[_mm_extract_epi32(row, 2)], cbrt_table[_mm_extract_epi32(row, 3)],
-                        _mm_unpackhi_epi32(zero, scale));
+    const qlm::vector::lane_words rows = qlm::vector::words_of(row);
+    y0 = cube_root_pair(x0, cbrt_table[rows.w[0]], cbrt_table[rows.w[1]], _mm_unpacklo_epi32(zero, scale));
+    y1 = cube_root_pair(x1, cbrt_table[rows.w[2]], cbrt_table[rows.w[3]], _mm_unpackhi_epi32(zero, scale));
 }
 
 // One element by the same arithmetic, for the ragged end and the group

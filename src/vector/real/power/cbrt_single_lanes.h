@@ -18,12 +18,13 @@
 
 #include <cstdint>
 
+#include "vector/real/lane_loops.h"
 #include "vector/real/power/cbrt_table.h"
 
 namespace qlm::power::single_la {
 
 // The first two floats, c and T, of row `row` in the low half.
-inline __m128 row_pair(int32_t row) {
+inline __m128 row_pair(uint32_t row) {
     return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(cbrt_table_single[row])));
 }
 
@@ -34,8 +35,9 @@ inline __m128 cube_root(__m128 x) {
     const __m128i q = _mm_srli_epi32(_mm_mullo_epi32(f, _mm_set1_epi32(43691)), 17);
     const __m128i s = _mm_sub_epi32(f, _mm_add_epi32(q, _mm_add_epi32(q, q)));
     const __m128i row = _mm_add_epi32(_mm_slli_epi32(s, 6), _mm_and_si128(_mm_srli_epi32(b, 17), _mm_set1_epi32(63)));
-    const __m128 t0 = _mm_unpacklo_ps(row_pair(_mm_cvtsi128_si32(row)), row_pair(_mm_extract_epi32(row, 1)));
-    const __m128 t1 = _mm_unpacklo_ps(row_pair(_mm_extract_epi32(row, 2)), row_pair(_mm_extract_epi32(row, 3)));
+    const qlm::vector::lane_words rows = qlm::vector::words_of(row);
+    const __m128 t0 = _mm_unpacklo_ps(row_pair(rows.w[0]), row_pair(rows.w[1]));
+    const __m128 t1 = _mm_unpacklo_ps(row_pair(rows.w[2]), row_pair(rows.w[3]));
     const __m128 c = _mm_movelh_ps(t0, t1), head = _mm_movehl_ps(t1, t0);
 
     const __m128 m = _mm_or_ps(_mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(0x007FFFFF))), _mm_set1_ps(1.0f));
@@ -47,12 +49,16 @@ inline __m128 cube_root(__m128 x) {
     return _mm_or_ps(_mm_castsi128_ps(scaled), _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(INT32_MIN))));
 }
 
-// Whether every lane is finite, nonzero and normal: the sign-cleared bits
-// minus the smallest normal's, unsigned, below the width of the normal range.
-inline bool all_normal(__m128 x) {
+// Whether every lane of both fours is finite, nonzero and normal: the
+// sign-cleared bits minus the smallest normal's, unsigned, below the width
+// of the normal range; one mask for the eight.
+inline __m128i normal_lanes(__m128 x) {
     const __m128i w = _mm_and_si128(_mm_castps_si128(x), _mm_set1_epi32(INT32_MAX));
     const __m128i d = _mm_xor_si128(_mm_sub_epi32(w, _mm_set1_epi32(0x00800000)), _mm_set1_epi32(INT32_MIN));
-    return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(d, _mm_set1_epi32(0x7F000000 ^ INT32_MIN)))) == 0xF;
+    return _mm_cmplt_epi32(d, _mm_set1_epi32(0x7F000000 ^ INT32_MIN));
+}
+inline bool all_normal(__m128 x0, __m128 x1) {
+    return _mm_movemask_ps(_mm_castsi128_ps(_mm_and_si128(normal_lanes(x0), normal_lanes(x1)))) == 0xF;
 }
 
 }  // namespace qlm::power::single_la

@@ -239,7 +239,7 @@ void cbrt_single_la_kernel(int32_t n, const float* a, float* y) {
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        if (sl::all_normal(x0) && sl::all_normal(x1)) {
+        if (sl::all_normal(x0, x1)) {
             const __m128 y0 = sl::cube_root(x0), y1 = sl::cube_root(x1);
             _mm_storeu_ps(y + i, y0);
             _mm_storeu_ps(y + i + 4, y1);
