@@ -22,8 +22,8 @@
 #include <smmintrin.h>
 
 #include <cstdint>
-#include <type_traits>
 
+#include "vector/real/lane_loops.h"
 #include "vector/real/power/pow_single_tables.h"
 
 namespace qlm::power::single_lanes {
@@ -91,15 +91,12 @@ inline constexpr double kLimit = 126.0;            // |y log2 x| below it: a nor
     const __m128i tmp = _mm_sub_epi32(ix, _mm_set1_epi32(static_cast<int32_t>(tb::kLogOffset)));
     // Byte offsets of the rows (16 bytes each), the index times 16 in place.
     const __m128i offsets = _mm_and_si128(_mm_srli_epi32(tmp, 12), _mm_set1_epi32(127 << 4));
-    auto offset = [&](auto lane) { return static_cast<uint32_t>(_mm_extract_epi32(offsets, decltype(lane)::value)); };
+    const qlm::vector::lane_words offset = qlm::vector::words_of(offsets);
     const __m128i k = _mm_srai_epi32(tmp, 23);
     const __m128 z = _mm_castsi128_ps(_mm_sub_epi32(ix, _mm_and_si128(tmp, _mm_set1_epi32(static_cast<int32_t>(0xFF800000u)))));
-    using std::integral_constant;
-    t_lo = pair_log(_mm_cvtepi32_pd(k), _mm_cvtps_pd(z), offset(integral_constant<int, 0>()),
-                    offset(integral_constant<int, 1>()), _mm_cvtps_pd(y), t_ok);
-    t_hi = pair_log(_mm_cvtepi32_pd(_mm_unpackhi_epi64(k, k)), _mm_cvtps_pd(_mm_movehl_ps(z, z)),
-                    offset(integral_constant<int, 2>()), offset(integral_constant<int, 3>()),
-                    _mm_cvtps_pd(_mm_movehl_ps(y, y)), t_ok);
+    t_lo = pair_log(_mm_cvtepi32_pd(k), _mm_cvtps_pd(z), offset.w[0], offset.w[1], _mm_cvtps_pd(y), t_ok);
+    t_hi = pair_log(_mm_cvtepi32_pd(_mm_unpackhi_epi64(k, k)), _mm_cvtps_pd(_mm_movehl_ps(z, z)), offset.w[2],
+                    offset.w[3], _mm_cvtps_pd(_mm_movehl_ps(y, y)), t_ok);
 }
 
 // The second stage: the four results, rounded to float.
