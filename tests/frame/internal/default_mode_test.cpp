@@ -1,6 +1,8 @@
 // The default-mode grammar, exercised directly on the parser.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include <string>
 
 #include "frame/frame_heap.h"
@@ -60,6 +62,26 @@ TEST(ThreadBlock, FreeingTheOwnBlockGivesItBackAndTheNextUseMakesANewOne) {
     EXPECT_EQ(fresh->status, 0);
     EXPECT_EQ(fresh->callback, nullptr);
     EXPECT_EQ(qlm::frame::frame_heap_live_blocks(), live);
+}
+
+TEST(ThreadBlock, EachThreadHasItsOwnBlockAndGivesItBackWhenItEnds) {
+    auto* main_block = qlm::frame::get_thread_block();
+    const std::size_t live = qlm::frame::frame_heap_live_blocks();
+    std::thread([&] {
+        auto* block = qlm::frame::get_thread_block();
+        EXPECT_NE(block, main_block);
+        EXPECT_EQ(qlm::frame::get_thread_block(), block);
+        EXPECT_EQ(qlm::frame::frame_heap_live_blocks(), live + 1);
+        // A block freed and made again is the one later reads see.
+        qlm::frame::free_thread_block(nullptr);
+        EXPECT_EQ(qlm::frame::frame_heap_live_blocks(), live);
+        auto* fresh = qlm::frame::get_thread_block();
+        EXPECT_EQ(qlm::frame::frame_heap_live_blocks(), live + 1);
+        fresh->mode = 0x201;
+        EXPECT_EQ(qlm_vxm_kernel_GetMode(), 0x201u);
+    }).join();
+    EXPECT_EQ(qlm::frame::frame_heap_live_blocks(), live);
+    EXPECT_EQ(qlm::frame::get_thread_block(), main_block);
 }
 
 }  // namespace
