@@ -38,13 +38,26 @@ struct parts {
     __m128d scale, hi, tail;
 };
 
+// Estrin's form: the chain of multiply-adds is half as deep as Horner's,
+// and these routines are bound by the depth of one group's chain.
 template <int Degree>
 inline __m128d taylor_expm1(__m128d r) {
     static_assert(Degree >= 3 && Degree <= 6);
     constexpr double c[] = {1.0 / 2, 1.0 / 6, 1.0 / 24, 1.0 / 120, 1.0 / 720};
-    __m128d q = _mm_set1_pd(c[Degree - 2]);
-    for (int k = Degree - 3; k >= 0; --k) q = _mm_add_pd(_mm_set1_pd(c[k]), _mm_mul_pd(r, q));
-    return _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, r), q));
+    const auto term = [](double v) { return _mm_set1_pd(v); };
+    const __m128d r2 = _mm_mul_pd(r, r);
+    __m128d q;
+    if constexpr (Degree == 3) {
+        q = _mm_add_pd(term(c[0]), _mm_mul_pd(r, term(c[1])));
+    } else {
+        const __m128d a = _mm_add_pd(term(c[0]), _mm_mul_pd(r, term(c[1])));
+        __m128d b;
+        if constexpr (Degree == 4) b = term(c[2]);
+        else if constexpr (Degree == 5) b = _mm_add_pd(term(c[2]), _mm_mul_pd(r, term(c[3])));
+        else b = _mm_add_pd(_mm_add_pd(term(c[2]), _mm_mul_pd(r, term(c[3]))), _mm_mul_pd(r2, term(c[4])));
+        q = _mm_add_pd(a, _mm_mul_pd(r2, b));
+    }
+    return _mm_add_pd(r, _mm_mul_pd(r2, q));
 }
 
 // |x| below the exponential's screen (708.396) keeps scale a normal number.
