@@ -43,6 +43,7 @@
 #include <cstdint>
 #include <iterator>
 #include <type_traits>
+#include <utility>
 
 #include "frame/error_path.h"
 #include "vector/real/common/constant_lanes.h"
@@ -113,12 +114,16 @@ struct kernel {
 
 // Horner in w over the first Terms coefficients of C, each a memory
 // operand (constant_lanes.h).
+// The steps are unrolled at compile time: at -O2 GCC keeps a loop over
+// the table rows, which costs a counter and a branch per term.
 template <const auto& C, std::size_t Terms = std::size(C)>
 [[gnu::always_inline]] inline __m128 horner(__m128 w) {
     static constexpr auto table = make_constant_lanes(C);
-    __m128 q = constant_lane(table, Terms - 1);
-    for (std::size_t k = Terms - 1; k-- > 0;) q = _mm_add_ps(constant_lane(table, k), _mm_mul_ps(w, q));
-    return q;
+    return [&]<std::size_t... K>(std::index_sequence<K...>) {
+        __m128 q = constant_lane(table, Terms - 1);
+        ((q = _mm_add_ps(constant_lane(table, Terms - 2 - K), _mm_mul_ps(w, q))), ...);
+        return q;
+    }(std::make_index_sequence<Terms - 1>{});
 }
 
 // 1/3!, 1/5!, ...: the odd Taylor series of sinh after its first term.
@@ -127,7 +132,7 @@ inline constexpr float kSinhTaylor[] = {1.0f / 6, 1.0f / 120, 1.0f / 5040, 1.0f 
 // The odd Taylor series of sinh in y^2 = w, with the given number of
 // terms after the first.
 template <std::size_t Terms>
-inline __m128 sinh_series(__m128 y, __m128 w) {
+[[gnu::always_inline]] inline __m128 sinh_series(__m128 y, __m128 w) {
     return _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(y, w), horner<kSinhTaylor, Terms>(w)));
 }
 
@@ -152,17 +157,43 @@ struct native {
 
     // RCPPS's 12 bits suffice where the reciprocal is a minor term (Cosh,
     // Sinh above the cut); in Tanh it makes the result, and is divided.
-    static __m128 reciprocal(__m128 v) {
+    [[gnu::always_inline]] static __m128 reciprocal(__m128 v) {
         if constexpr (Enhanced && F != function::tanh) return _mm_rcp_ps(v);
         else return _mm_div_ps(lane_of<1.0f>(), v);
+    }
+
+    // e^y/2 = h + h p for the LA routines, from the table-free core of
+    // exp_single_core.h: h = 2^(n-1) exact, p = e^r - 1 (2^-25.3 relative)
+    // and h p an exact product, so no rounding has happened yet that the
+    // caller cannot place.  No table: the lanes never leave the registers.
+    struct half_exp {
+        __m128 h, hp;
+    };
+    [[gnu::always_inline]] static half_exp half_exp_of(__m128 y) {
+        const exp_single_core::reduced v = exp_single_core::reduce<false>(y);
+        const __m128 h = exp_single_core::half_of(exp_single_core::scale_bits(v.t));
+        return {h, _mm_mul_ps(h, _mm_add_ps(v.r, exp_single_core::p_term(v.r)))};
+    }
+
+    // LA Sinh for y >= 1: h + (h p - e^-y/2), e^-y/2 = 1/(4 (h + h p)) by
+    // division.  h is exact and the rest is at most 0.41 h plus the
+    // reciprocal, so the last subtraction of e^-y/2 and the last addition
+    // are the roundings that count, and the cancellation is at most
+    // coth 1.
+    [[gnu::always_inline]] static __m128 sinh_from_parts(__m128 y) {
+        const half_exp e = half_exp_of(y);
+        const __m128 down = _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(e.h, e.hp));
+        return _mm_add_ps(e.h, _mm_sub_ps(e.hp, down));
     }
 
     // LA Cosh: e^y/2 = H + L from the HA exponential before its last
     // rounding (H = T 2^(m-1) exact, |L| < 0.006 H), and e^-y/2 =
     // 1/(4 (H + L)) by division; H + (L + e^-y/2) rounds once at the end,
     // so the error is the last rounding plus small shares of the smaller
-    // terms, also near 0 where the two halves are equal.
-    static __m128 cosh_from_parts(__m128 y) {
+    // terms, also near 0 where the two halves are equal.  The table keeps
+    // L small: on the table-free core above, h p reaches 0.41 h and its
+    // roundings cost a quarter ulp more.
+    [[gnu::always_inline]] static __m128 cosh_from_parts(__m128 y) {
         __m128i m;
         __m128 tail;
         const __m128 hi = exp_single::ha::parts(y, m, tail);
@@ -171,30 +202,27 @@ struct native {
         return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(h, l))));
     }
 
-    // LA Tanh for |x| >= 0.55, from v = 2|x|: 1 - 2/(e^v + 1) with e^v =
-    // H + L unrounded (as above); e^v + 1 = Dh + Dl with Dh = (H + 1) + L
-    // and both roundings recovered (Fast2Sum twice, H > 1), q0 = 2/Dh, and
-    // 2/(Dh + Dl) = q0 - q0^2 Dl/2 to far below an ulp.  1 - q0 is split
-    // exactly (Fast2Sum), so the result rounds once from a value whose
-    // only sizeable error is the division's: q0 < 1/2 < result, so half
-    // an ulp of q0 is at most a quarter ulp of the result.
-    static __m128 tanh_from_parts(__m128 v) {
-        __m128i m;
-        __m128 tail;
-        const __m128 hi = exp_single::ha::parts(v, m, tail);
-        const __m128 scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(127)), 23));
-        const __m128 h = _mm_mul_ps(hi, scale), l = _mm_mul_ps(tail, scale), one = lane_of<1.0f>();
-        const __m128 d1 = _mm_add_ps(h, one);
-        const __m128 dh = _mm_add_ps(d1, l);
-        const __m128 dl = _mm_add_ps(_mm_sub_ps(one, _mm_sub_ps(d1, h)), _mm_sub_ps(l, _mm_sub_ps(dh, d1)));
-        const __m128 q0 = _mm_div_ps(lane_of<2.0f>(), dh);
+    // LA Tanh for |x| >= 0.55, from v = 2|x|: 1 - 1/H with H = (e^v + 1)/2
+    // = (h + 1/2) + h p.  h + 1/2 is exact (n <= 24; beyond, 1/H is below
+    // 2^-25 and the result is 1 in float anyway), so H = Hh + Hl exactly
+    // (Fast2Sum, h + 1/2 > |h p|); q0 = 1/Hh and 1/H = q0 - q0^2 Hl to far
+    // below an ulp.  1 - q0 is split exactly (Fast2Sum), so the result
+    // rounds once from a value whose only sizeable error is the
+    // division's: q0 < 1/2 < result, so half an ulp of q0 is at most a
+    // quarter ulp of the result.
+    [[gnu::always_inline]] static __m128 tanh_from_parts(__m128 v) {
+        const half_exp e = half_exp_of(v);
+        const __m128 one = lane_of<1.0f>();
+        const __m128 s1 = _mm_add_ps(e.h, lane_of<0.5f>());
+        const __m128 hh = _mm_add_ps(s1, e.hp);
+        const __m128 hl = _mm_add_ps(_mm_sub_ps(s1, hh), e.hp);
+        const __m128 q0 = _mm_div_ps(one, hh);
         const __m128 s = _mm_sub_ps(one, q0);
         const __m128 err = _mm_sub_ps(_mm_sub_ps(one, s), q0);
-        const __m128 correction = _mm_mul_ps(_mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(q0, q0)), dl);
-        return _mm_add_ps(s, _mm_add_ps(err, correction));
+        return _mm_add_ps(s, _mm_add_ps(err, _mm_mul_ps(q0, _mm_mul_ps(q0, hl))));
     }
 
-    static __m128 fast(__m128 x) {
+    [[gnu::always_inline]] static __m128 fast(__m128 x) {
         const __m128 sign = _mm_and_ps(x, lane_of<-0.0f>());
         const __m128 y = _mm_andnot_ps(lane_of<-0.0f>(), x), half = lane_of<0.5f>();
         const __m128 one = lane_of<1.0f>();
@@ -204,8 +232,13 @@ struct native {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
         } else if constexpr (F == function::sinh) {
-            const __m128 e = exp_single::kernel<exp_variant>::fast(y);
-            const __m128 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
+            __m128 large;
+            if constexpr (Enhanced) {
+                const __m128 e = exp_single::kernel<exp_variant>::fast(y);
+                large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
+            } else {
+                large = sinh_from_parts(y);
+            }
             const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
             const __m128 cut = Enhanced ? half : one;
             return _mm_or_ps(sign, _mm_blendv_ps(large, small, _mm_cmplt_ps(y, cut)));
