@@ -165,6 +165,7 @@ int main() {
         {"expm1_single", "e^r - 1 in float for |r| <= ln2/2 (single Expm1)", ln2 / 2, 5, true},
         {"exp_single_la", "e^r in float for |r| <= ln2/2 (single Exp LA)", ln2 / 2, 4, true},
         {"exp_single_ep", "e^r in float for |r| <= ln2/2 (single Exp EP and the hyperbolic EP routines)", ln2 / 2, 2, true},
+        {"expm1_single_wide", "e^r - 1 in double for |r| <= ln2/2 (single Expm1 in double lanes)", ln2 / 2, 6, false},
     };
     std::printf("// Polynomial fits of the table-free exponential cores.  Generated, do not edit:\n");
     std::printf("//   g++ -O2 -std=c++20 tools/exp_fits/exp_fits.cpp -lmpfr -lgmp -o /tmp/exp_fits && /tmp/exp_fits > src/vector/real/exp/exp_fits.h\n");

@@ -1,7 +1,8 @@
-// The float lanes of single Expm1 take |x| < 88.0, where 2^n is still a
-// float, and clamp x at -30: inputs on both sides of the screen and of the
-// clamp, in every lane of a group and in ragged ends, must give the same
-// result as alone and stay within the routine's bound against MPFR.
+// The wide lanes of single Expm1 take |x| < 88.0, where 2^n is still a
+// float: inputs on both sides of the screen and of the points where the
+// result becomes -1 or leaves the exact range of 2^n - 1, in every lane of
+// a group and in ragged ends, must give the same result as alone and round
+// once from a value far more accurate than a float (0.5 ulp and a hair).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -43,7 +44,18 @@ TEST(Expm1SingleScreen, EdgeInEveryLaneMatchesItsOneLaneResult) {
 TEST(Expm1SingleScreen, EdgesAndTheirNeighboursWithinTheBound) {
     std::vector<float> x;
     for (float edge : kEdges) add_neighbours(x, edge, 200);
-    EXPECT_LE(run_and_measure(qlm_vxm_kernel_sExpm1_ttab[1], x, mpfr_expm1, "sExpm1 edges").max_ulp, 0.75);
+    EXPECT_LE(run_and_measure(qlm_vxm_kernel_sExpm1_ttab[1], x, mpfr_expm1, "sExpm1 edges").max_ulp, 0.501);
+}
+
+// e^x - 1 keeps the sign of a zero input, in a group and in a ragged end.
+TEST(Expm1SingleScreen, SignedZeroKeepsItsSign) {
+    std::vector<float> x(9, -0.0f), y(9, 1.0f);
+    x[3] = 0.0f;
+    qlm_vxm_kernel_sExpm1_ttab[1](9, x.data(), y.data());
+    for (int i = 0; i < 9; ++i) {
+        EXPECT_EQ(y[i], 0.0f) << i;
+        EXPECT_EQ(std::signbit(y[i]), std::signbit(x[i])) << i;
+    }
 }
 
 }  // namespace

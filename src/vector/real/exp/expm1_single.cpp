@@ -1,24 +1,37 @@
 // Single e^x - 1: one routine in all three slots.
 //
-// Float lanes on the core of exp_single_core.h: n = round(x/ln 2),
-// x = n ln 2 + r + dr with r's rounding error dr recovered, and
-// e^r - 1 = r + r^2/2 + r^3 P1(r), P1 of degree 4 (the Expm1 fit of
-// tools/exp_fits without its constant 1/2; 2^-29.2 relative).  Then
-//   e^x - 1 = (2^n - 1) + 2^n r + 2^(n-1) r^2 + 2^n (r^3 P1 + dr)
-// with the first two sums split exactly (Fast2Sum: each leading term is
-// the larger), so that only terms well below the result round before the
-// last sum: measured under 0.71 ulp.  2^n - 1 is exact up to n = 24; above,
-// it rounds to 2^n and the lost 1 joins the low part.  Near 0 (n = 0) r is
-// x itself and the sums keep its relative accuracy.  x is clamped at -30
-// (the result is -1 in float from about -17.4 on) so that 2^n stays
-// normal.
-// Screen: |x| below 88.0, where n <= 127 keeps 2^n a float.  Rejected
-// inputs take the scalar routine of hyperbolic_single.h: NaN -> x + x,
-// +inf -> +inf, -inf -> -1, x up to -100 -> -1 (its value), a positive x
-// whose result is not finite -> +inf with OVERFLOW, others evaluated in
-// double and rounded once.
+// Double lanes: each four of a group is widened to two double pairs, so
+// that the value before the one rounding to float is accurate far beyond
+// a float ulp and the result is within 0.5 ulp plus about 2^-12 ulp.
+// Reduction: n = round(x/ln 2) by adding the shifter 1.5 * 2^52 + 1023,
+// whose low bits then hold n + 1023, so 2^n is those bits shifted into
+// the exponent field; r = x - n ln 2 in one piece (|n| <= 127: the
+// product's rounding is below 2^-46 absolute, and for n = 0, r is x).
+// Polynomial: e^r - 1 = r (1 + r p(r)), p of degree 6 interpolating at
+// Chebyshev nodes of [-ln2/2, ln2/2] (tools/exp_fits, 2^-36.5 relative),
+// by Estrin's scheme.  Then e^x - 1 = (2^n - 1) + 2^n (e^r - 1): the
+// first term is exact in double and the product is exact, so the sum
+// keeps the polynomial's accuracy, also next to 0 (n = 0) and where the
+// two terms have opposite signs (n < 0 and r > 0, or n > 0 and r < 0,
+// where e^r - 1 is at most 0.41 of 1 - 2^-n or of 2^n - 1 and nothing
+// cancels).
+// The float-lane form (exp_single_core.h) is a third cheaper but leaves
+// 0.7 ulp: its leading sums are exact, but the rounded r^2 and the
+// float polynomial weigh up to 0.2 ulp before the last rounding.
+// Screen: |x| below 88.0 (the float lanes' own screen).  Rejected inputs
+// take the scalar routine of hyperbolic_single.h: NaN -> x + x, +inf ->
+// +inf, -inf -> -1, x up to -100 -> -1 (its value), a positive x whose
+// result is not finite -> +inf with OVERFLOW, others evaluated in double
+// and rounded once.
+#include <smmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
+#include "vector/real/exp/exp_fits.h"
 #include "vector/real/exp/exp_single_core.h"
 #include "vector/real/exp/hyperbolic_single.h"
 
@@ -26,12 +39,39 @@ namespace {
 
 using namespace qlm::vector;
 
+// Splatted double constants: GCC loads each with one MOVDDUP from memory,
+// a single load, so no table of whole rows is needed here.
+constexpr double kShifter = 0x1.8p52 + 1023.0;  // 1.5 * 2^52, plus the exponent bias
+[[gnu::always_inline]] inline __m128d c(double v) { return _mm_set1_pd(v); }
+[[gnu::always_inline]] inline __m128d p(std::size_t i) { return c(exp_fits::expm1_single_wide[i]); }
+static_assert(std::size(exp_fits::expm1_single_wide) == 7);
+
+[[gnu::always_inline]] inline __m128d expm1_pair(__m128d x) {
+    const __m128d t = _mm_add_pd(_mm_mul_pd(x, c(1.4426950408889634)), c(kShifter));
+    const __m128d n = _mm_sub_pd(t, c(kShifter));
+    const __m128d r = _mm_sub_pd(x, _mm_mul_pd(n, c(0.6931471805599453)));
+    const __m128d r2 = _mm_mul_pd(r, r), r4 = _mm_mul_pd(r2, r2);
+    const __m128d a = _mm_add_pd(p(0), _mm_mul_pd(r, p(1)));
+    const __m128d b = _mm_add_pd(p(2), _mm_mul_pd(r, p(3)));
+    const __m128d d = _mm_add_pd(_mm_add_pd(p(4), _mm_mul_pd(r, p(5))), _mm_mul_pd(r2, p(6)));
+    const __m128d q = _mm_add_pd(_mm_add_pd(a, _mm_mul_pd(r2, b)), _mm_mul_pd(r4, d));
+    const __m128d scale = _mm_castsi128_pd(_mm_slli_epi64(_mm_castpd_si128(t), 52));
+    // r (1 + r q) and 2^n (e^r - 1) - (1 - 2^n) rather than sums with r
+    // and 2^n - 1 last: for x = -0 these give -0, where -0 + 0 is +0.
+    const __m128d em1_r = _mm_mul_pd(r, _mm_add_pd(c(1.0), _mm_mul_pd(r, q)));
+    return _mm_sub_pd(_mm_mul_pd(scale, em1_r), _mm_sub_pd(c(1.0), scale));
+}
+
 struct expm1_single {
     using wide = hyperbolic_single::kernel<hyperbolic_single::function::expm1, 5>;
     static __m128 screen_lanes(__m128 x) { return exp_single_core::magnitude_below<exp_single_core::kExpm1Screen>(x); }
     static bool screen(__m128 x) { return _mm_movemask_ps(screen_lanes(x)) == 0xF; }
     static bool screen_one(__m128 x) { return screen(x); }
-    [[gnu::always_inline]] static __m128 fast(__m128 x) { return exp_single_core::expm1(x); }
+    [[gnu::always_inline]] static __m128 fast(__m128 x) {
+        const __m128 lo = _mm_cvtpd_ps(expm1_pair(_mm_cvtps_pd(x)));
+        const __m128 hi = _mm_cvtpd_ps(expm1_pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
+        return _mm_movelh_ps(lo, hi);
+    }
     static void scalar(int32_t i, const float* a, float* y) { single_scalar_or_wide<expm1_single, wide>(i, a, y); }
 };
 

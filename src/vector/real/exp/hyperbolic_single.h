@@ -11,26 +11,30 @@
 //   Tanh   E/(E + 2) with E = e^(2|x|) - 1, |x| clamped at 10, and the sign
 // The core runs Taylor degree 5 (2^-47 relative, also next to 0), so the
 // one rounding to float decides the result: the HA routines, and the
-// scalar routine behind single Expm1's float lanes (expm1_single.cpp).
+// scalar routine behind single Expm1's wide lanes (expm1_single.cpp).
 //
-// LA and EP run in float (native below).  LA Cosh takes e^|x|/2 from the
-// HA exponential's table before its last rounding, as an exact head and a
-// small tail, and adds e^-|x|/2 (a division) to the tail first, so the
-// result rounds once.  The others use the HA exponential (LA) or the EP
-// one (table-free, degree 4, 16 bits):
-//   Cosh   EP: e/2 + 1/(2e), the reciprocal by RCPPS
+// LA and EP run in float (native below).  No LA routine rounds e^|x|
+// before using it: each takes its exponential as an exact head and a
+// small tail and adds the rest to the tail first.
+//   Cosh   LA: head and tail from the HA exponential's table, e^-|x|/2
+//          by division (cosh_from_parts).  EP: e/2 + 1/(2e), the
+//          reciprocal by RCPPS, on the EP exponential (table-free,
+//          degree 4, 16 bits).
 //   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
-//          (e - 1/e)/2 (EP by RCPPS), whose cancellation is at most
-//          coth 1 (coth 1/2)
+//          LA: h + (h p - e^-|x|/2) on the table-free core of
+//          exp_single_core.h (h = 2^(n-1), p = e^r - 1); EP: (e - 1/e)/2
+//          by RCPPS.  The cancellation is at most coth 1 (coth 1/2).
 //   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of five terms from
-//          tools/exp_fits; above, 1 - 2/(e^(2|x|) + 1) from the HA
-//          exponential's unrounded head and tail, the quotient's rounding
-//          error recovered (tanh_from_parts).  EP: |x| < 1/2: x + x^3
-//          P(x^2), P of three terms; above, 1 - 2/(e^(2|x|) + 1).  |x| is
-//          clamped at 10, where the quotient is below a quarter ulp of 1.
+//          tools/exp_fits; above, 1 - 1/H with H = (e^(2|x|) + 1)/2 split
+//          exactly into head and tail on the table-free core, and the
+//          quotient's rounding error recovered (tanh_from_parts).  EP:
+//          |x| < 1/2: x + x^3 P(x^2), P of three terms; above,
+//          1 - 2/(e^(2|x|) + 1).  |x| is clamped at 10, where the
+//          quotient is below a quarter ulp of 1.
 // with the sign of x put back.  Their screen is the single exponential's
 // (|x| < 87.3365) for Sinh and Cosh; rejected inputs take the scalar
-// routine above.
+// routine above.  Measured on 3.3 million inputs against long double:
+// LA Tanh 0.89 ulp, LA Sinh 1.22, LA Cosh 0.88.
 // Scalar routine, from the input: NaN -> x + x; infinities -> the limits
 // (Expm1 -inf -> -1, Cosh -> +inf, Tanh -> +-1); other inputs are clamped
 // to |x| <= 100, run on one lane, and a result that is infinite in float
