@@ -9,10 +9,10 @@
 // product's rounding is below 2^-46 absolute, and for n = 0, r is x).
 // Polynomial: e^r - 1 = r (1 + r p(r)), p of degree 6 interpolating at
 // Chebyshev nodes of [-ln2/2, ln2/2] (tools/exp_fits, 2^-36.5 relative),
-// by Estrin's scheme.  Then e^x - 1 = (2^n - 1) + 2^n (e^r - 1): the
-// first term is exact in double and the product is exact, so the sum
-// keeps the polynomial's accuracy, also next to 0 (n = 0) and where the
-// two terms have opposite signs (n < 0 and r > 0, or n > 0 and r < 0,
+// 1 + r p by Estrin's scheme.  Then e^x - 1 = 2^n (e^r - 1) - (1 - 2^n): the
+// second term is exact in double and 2^n r is exact, so the sum keeps the
+// polynomial's accuracy, also next to 0 (n = 0) and where the two terms
+// have opposite signs (n < 0 and r > 0, or n > 0 and r < 0,
 // where e^r - 1 is at most 0.41 of 1 - 2^-n or of 2^n - 1 and nothing
 // cancels).
 // The float-lane form (exp_single_core.h) is a third cheaper but leaves
@@ -47,19 +47,24 @@ constexpr double kShifter = 0x1.8p52 + 1023.0;  // 1.5 * 2^52, plus the exponent
 static_assert(std::size(exp_fits::expm1_single_wide) == 7);
 
 [[gnu::always_inline]] inline __m128d expm1_pair(__m128d x) {
+    // n from the shifted sum, not by ROUNDPD: ROUNDPD keeps -0 for x = -0,
+    // and x - (-0) ln 2 is +0, which would lose the sign of the result.
     const __m128d t = _mm_add_pd(_mm_mul_pd(x, c(1.4426950408889634)), c(kShifter));
     const __m128d n = _mm_sub_pd(t, c(kShifter));
     const __m128d r = _mm_sub_pd(x, _mm_mul_pd(n, c(0.6931471805599453)));
+    // (e^r - 1)/r = 1 + r p(r) = Q(r) of degree 7 by Estrin's scheme,
+    // then e^x - 1 = (2^n r) Q - (1 - 2^n): 2^n r is exact and waits
+    // beside the polynomial, so the chain after Q is one product and one
+    // difference.  The product form also keeps expm1(-0) = -0, where a sum
+    // with r last would give -0 + 0 = +0.
     const __m128d r2 = _mm_mul_pd(r, r), r4 = _mm_mul_pd(r2, r2);
-    const __m128d a = _mm_add_pd(p(0), _mm_mul_pd(r, p(1)));
-    const __m128d b = _mm_add_pd(p(2), _mm_mul_pd(r, p(3)));
-    const __m128d d = _mm_add_pd(_mm_add_pd(p(4), _mm_mul_pd(r, p(5))), _mm_mul_pd(r2, p(6)));
-    const __m128d q = _mm_add_pd(_mm_add_pd(a, _mm_mul_pd(r2, b)), _mm_mul_pd(r4, d));
+    const __m128d a = _mm_add_pd(c(1.0), _mm_mul_pd(r, p(0)));
+    const __m128d b = _mm_add_pd(p(1), _mm_mul_pd(r, p(2)));
+    const __m128d d = _mm_add_pd(p(3), _mm_mul_pd(r, p(4)));
+    const __m128d e = _mm_add_pd(p(5), _mm_mul_pd(r, p(6)));
+    const __m128d q = _mm_add_pd(_mm_add_pd(a, _mm_mul_pd(r2, b)), _mm_mul_pd(r4, _mm_add_pd(d, _mm_mul_pd(r2, e))));
     const __m128d scale = _mm_castsi128_pd(_mm_slli_epi64(_mm_castpd_si128(t), 52));
-    // r (1 + r q) and 2^n (e^r - 1) - (1 - 2^n) rather than sums with r
-    // and 2^n - 1 last: for x = -0 these give -0, where -0 + 0 is +0.
-    const __m128d em1_r = _mm_mul_pd(r, _mm_add_pd(c(1.0), _mm_mul_pd(r, q)));
-    return _mm_sub_pd(_mm_mul_pd(scale, em1_r), _mm_sub_pd(c(1.0), scale));
+    return _mm_sub_pd(_mm_mul_pd(_mm_mul_pd(scale, r), q), _mm_sub_pd(c(1.0), scale));
 }
 
 struct expm1_single {
