@@ -228,12 +228,31 @@ struct native {
     // terms, also near 0 where the two halves are equal.  The table keeps
     // L small: on the table-free core above, h p reaches 0.41 h and its
     // roundings cost a quarter ulp more.
+    // The HA exponential's reduction and table (exp_single.h), with a
+    // shorter chain: n by ROUNDPS beside the shifted sum whose bits give
+    // the row and the scale, 2^(m-1) straight from those bits, and L as
+    // s H rather than (s T) 2^(m-1).
     [[gnu::always_inline]] static __m128 cosh_from_parts(__m128 y) {
-        __m128i m;
-        __m128 tail;
-        const __m128 hi = exp_single::ha::parts(y, m, tail);
-        const __m128 half_scale = _mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(m, _mm_set1_epi32(126)), 23));
-        const __m128 h = _mm_mul_ps(hi, half_scale), l = _mm_mul_ps(tail, half_scale);
+        const __m128 u = _mm_mul_ps(y, lane_of<float_of_bits(0x4338AA3Bu)>());  // 128/ln 2
+        const __m128i bits = _mm_castps_si128(_mm_add_ps(u, lane_of<float_of_bits(exp_single::kShifter)>()));
+        const __m128 nf = _mm_round_ps(u, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        const __m128 r = _mm_sub_ps(_mm_sub_ps(y, _mm_mul_ps(nf, lane_of<float_of_bits(0x3BB18000u)>())),
+                                    _mm_mul_ps(nf, lane_of<float_of_bits(0xB5DE8083u)>()));
+        const auto* table = exp_tables::single;
+        const lane_words j = words_of(_mm_and_si128(bits, _mm_set1_epi32(127)));
+        const __m128 e01 = _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double*>(table[j.w[0]])),
+                                                      reinterpret_cast<const double*>(table[j.w[1]])));
+        const __m128 e23 = _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double*>(table[j.w[2]])),
+                                                      reinterpret_cast<const double*>(table[j.w[3]])));
+        // e01 = hi0 lo0 hi1 lo1: the his and the los by two shuffles.
+        // (shifter bits + n) >> 7 is (shifter bits >> 7) + m; 2^(m-1) has
+        // the bits (m + 126) << 23.
+        const __m128i m_bits = _mm_add_epi32(_mm_srli_epi32(bits, 7),
+                                             _mm_set1_epi32(126 - static_cast<int32_t>(exp_single::kShifter >> 7)));
+        const __m128 h = _mm_mul_ps(_mm_shuffle_ps(e01, e23, _MM_SHUFFLE(2, 0, 2, 0)), _mm_castsi128_ps(_mm_slli_epi32(m_bits, 23)));
+        // Tlo last: the table rows arrive after r.
+        const __m128 s = _mm_add_ps(_mm_shuffle_ps(e01, e23, _MM_SHUFFLE(3, 1, 3, 1)), _mm_add_ps(r, _mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(r, r))));
+        const __m128 l = _mm_mul_ps(s, h);
         return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(h, l))));
     }
 
