@@ -55,7 +55,8 @@ TEST(HyperbolicAccuracy, SingleTanh) {
 // Routines whose result rounds once from a value accurate far beyond the
 // type: double HA Sinh and Cosh (exact heads of e^|x| and e^-|x|), single
 // Expm1 (evaluated in double, 2^-36 relative, then rounded once to float)
-// and single LA Cosh and Tanh (one rounding of an unrounded head and tail).  A bound well under the class's one ulp keeps
+// and single LA Cosh, Sinh and Tanh (one rounding of an unrounded head and
+// tail).  A bound well under the class's one ulp keeps
 // a broken error term from hiding.
 TEST(HyperbolicAccuracy, RoundedOnceStayNearHalfAnUlp) {
     EXPECT_LE(run_and_measure(qlm_vxm_kernel_dSinh_ttab[1], sample<double>(710.47, 81), mpfr_sinh, "dSinh HA").max_ulp, 0.6);
@@ -63,6 +64,7 @@ TEST(HyperbolicAccuracy, RoundedOnceStayNearHalfAnUlp) {
     EXPECT_LE(run_and_measure(qlm_vxm_kernel_sExpm1_ttab[1], sample<float>(88.72, 83), mpfr_expm1, "sExpm1").max_ulp, 0.501);
     EXPECT_LE(run_and_measure(qlm_vxm_kernel_sCosh_ttab[0], sample<float>(87.3, 84), mpfr_cosh, "sCosh LA").max_ulp, 0.95);
     EXPECT_LE(run_and_measure(qlm_vxm_kernel_sTanh_ttab[0], sample<float>(12.0, 85), mpfr_tanh, "sTanh LA").max_ulp, 0.9);
+    EXPECT_LE(run_and_measure(qlm_vxm_kernel_sSinh_ttab[0], sample<float>(87.3, 86), mpfr_sinh, "sSinh LA").max_ulp, 0.9);
 }
 
 }  // namespace

@@ -14,27 +14,25 @@
 // scalar routine behind single Expm1's wide lanes (expm1_single.cpp).
 //
 // LA and EP run in float (native below).  No LA routine rounds e^|x|
-// before using it: each takes its exponential as an exact head and a
-// small tail and adds the rest to the tail first.
-//   Cosh   LA: head and tail from the HA exponential's table, e^-|x|/2
-//          by division (cosh_from_parts).  EP: e/2 + 1/(2e), the
-//          reciprocal by RCPPS, on the EP exponential (table-free,
-//          degree 4, 16 bits).
+// before using it: each takes e^(M|x|)/2 as an exact head h = T 2^(m-1)
+// and a small tail l from the HA exponential's table (half_exp_of), and
+// adds the rest to the tail first.
+//   Cosh   LA: h + (l + e^-|x|/2), the reciprocal by division.  EP:
+//          e/2 + 1/(2e), the reciprocal by RCPPS, on the EP exponential
+//          (table-free, degree 4, 16 bits).
 //   Sinh   |x| < 1 (EP: 1/2): x + x^3/3! + ... to x^11 (EP: x^7); above,
-//          LA: h + (h p - e^-|x|/2) on the table-free core of
-//          exp_single_core.h (h = 2^(n-1), p = e^r - 1); EP: (e - 1/e)/2
-//          by RCPPS.  The cancellation is at most coth 1 (coth 1/2).
+//          LA: h + (l - e^-|x|/2); EP: (e - 1/e)/2 by RCPPS.  The
+//          cancellation is at most coth 1 (coth 1/2).
 //   Tanh   LA: |x| < 0.55: x + x^3 P(x^2), P of five terms from
 //          tools/exp_fits; above, 1 - 1/H with H = (e^(2|x|) + 1)/2 split
-//          exactly into head and tail on the table-free core, and the
-//          quotient's rounding error recovered (tanh_from_parts).  EP:
-//          |x| < 1/2: x + x^3 P(x^2), P of three terms; above,
-//          1 - 2/(e^(2|x|) + 1).  |x| is clamped at 10, where the
-//          quotient is below a quarter ulp of 1.
+//          exactly into head and tail, and the quotient's rounding error
+//          recovered (tanh_from_parts).  EP: |x| < 1/2: x + x^3 P(x^2), P
+//          of three terms; above, 1 - 2/(e^(2|x|) + 1).  |x| is clamped at
+//          10, where the quotient is below a quarter ulp of 1.
 // with the sign of x put back.  Their screen is the single exponential's
 // (|x| < 87.3365) for Sinh and Cosh; rejected inputs take the scalar
 // routine above.  Measured on 3.3 million inputs against long double:
-// LA Tanh 0.89 ulp, LA Sinh 1.22, LA Cosh 0.88.
+// LA Tanh 0.86 ulp, LA Sinh 0.85, LA Cosh 0.88.
 // Scalar routine, from the input: NaN -> x + x; infinities -> the limits
 // (Expm1 -inf -> -1, Cosh -> +inf, Tanh -> +-1); other inputs are clamped
 // to |x| <= 100, run on one lane, and a result that is infinite in float
@@ -176,90 +174,61 @@ struct native {
         else return _mm_div_ps(lane_of<1.0f>(), v);
     }
 
-    // e^(my)/2 = h + h p for the LA routines (m = 1 or 2), table-free:
-    // n = round(my/ln 2) by ROUNDPS from y itself (m/ln 2 is exact in
-    // float, so the chain does not wait for my), h = 2^(n-1) exact from a
-    // shifted sum, r = (my - n ln2hi) - n ln2lo with the split of
-    // exp_single_core.h, p = e^r - 1 with the Exp LA fit (2^-25.3
-    // relative) by Estrin's scheme, and h p an exact product, so no
-    // rounding has happened yet that the caller cannot place.  The lanes
-    // never leave the registers.  Rounding by ROUNDPS rather than by the
-    // shifter, and Estrin's form, shorten the chain: these routines are
-    // bound by the depth of one group's chain (measured: Sinh LA 2.62 ->
-    // 2.52, Tanh LA 3.57 -> 3.35 cycles per element).
+    // e^(My)/2 = h + l for the LA routines (M = 1 or 2), on the HA
+    // exponential's reduction and table (exp_single.h): h = T 2^(m-1)
+    // exact, l = s h with s = Tlo + r + r^2/2 and |r| <= ln2/256, so
+    // |l| < 0.006 h and no rounding has happened yet that the caller
+    // cannot place.  The chain is kept short, as these routines are bound
+    // by its depth: n by ROUNDPS beside the shifted sum whose bits give the
+    // row and the scale, 2^(m-1) straight from those bits, table rows by
+    // two 8-byte loads into one register each, Tlo added last since the
+    // rows arrive after r.
     struct half_exp {
-        __m128 h, hp;
+        __m128 h, l;
     };
     template <int M>
     [[gnu::always_inline]] static half_exp half_exp_of(__m128 y) {
-        using namespace exp_single_core;
         static_assert(M == 1 || M == 2);
-        const __m128 my = M == 1 ? y : _mm_add_ps(y, y);
-        const __m128 inv = M == 1 ? k(kInvLn2) : lane_of<float_of_bits(0x4038AA3Bu)>();  // 2/ln 2
-        const __m128 u = _mm_mul_ps(y, inv);
-        const __m128 n = _mm_round_ps(u, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-        // The shifter 1.5 * 2^23 + 126 leaves n + 126 in the low bits of
-        // u + shifter, beside the chain: the bits of 2^(n-1).
-        const __m128 t = _mm_add_ps(u, lane_of<12583038.0f>());
-        const __m128 r = _mm_sub_ps(_mm_sub_ps(my, _mm_mul_ps(n, k(kLn2Hi))), _mm_mul_ps(n, k(kLn2Lo)));
-        const __m128 r2 = _mm_mul_ps(r, r), r4 = _mm_mul_ps(r2, r2);
-        const __m128 a = _mm_add_ps(k(kExp), _mm_mul_ps(r, k(kExp + 1)));
-        const __m128 b = _mm_add_ps(k(kExp + 2), _mm_mul_ps(r, k(kExp + 3)));
-        const __m128 q = _mm_add_ps(_mm_add_ps(a, _mm_mul_ps(r2, b)), _mm_mul_ps(r4, k(kExp + 4)));
-        const __m128 h = _mm_castsi128_ps(_mm_slli_epi32(_mm_castps_si128(t), 23));
-        return {h, _mm_mul_ps(h, _mm_add_ps(r, _mm_mul_ps(r2, q)))};
-    }
-
-    // LA Sinh for y >= 1: h + (h p - e^-y/2), e^-y/2 = 1/(4 (h + h p)) by
-    // division.  h is exact and the rest is at most 0.41 h plus the
-    // reciprocal, so the last subtraction of e^-y/2 and the last addition
-    // are the roundings that count, and the cancellation is at most
-    // coth 1.
-    [[gnu::always_inline]] static __m128 sinh_from_parts(__m128 y) {
-        const half_exp e = half_exp_of<1>(y);
-        const __m128 down = _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(e.h, e.hp));
-        return _mm_add_ps(e.h, _mm_sub_ps(e.hp, down));
-    }
-
-    // LA Cosh: e^y/2 = H + L from the HA exponential before its last
-    // rounding (H = T 2^(m-1) exact, |L| < 0.006 H), and e^-y/2 =
-    // 1/(4 (H + L)) by division; H + (L + e^-y/2) rounds once at the end,
-    // so the error is the last rounding plus small shares of the smaller
-    // terms, also near 0 where the two halves are equal.  The table keeps
-    // L small: on the table-free core above, h p reaches 0.41 h and its
-    // roundings cost a quarter ulp more.
-    // The HA exponential's reduction and table (exp_single.h), with a
-    // shorter chain: n by ROUNDPS beside the shifted sum whose bits give
-    // the row and the scale, 2^(m-1) straight from those bits, and L as
-    // s H rather than (s T) 2^(m-1).
-    [[gnu::always_inline]] static __m128 cosh_from_parts(__m128 y) {
-        const __m128 u = _mm_mul_ps(y, lane_of<float_of_bits(0x4338AA3Bu)>());  // 128/ln 2
+        constexpr uint32_t k = M == 1 ? 0x4338AA3Bu : 0x43B8AA3Bu;  // 128 M/ln 2
+        const __m128 u = _mm_mul_ps(y, lane_of<float_of_bits(k)>());
         const __m128i bits = _mm_castps_si128(_mm_add_ps(u, lane_of<float_of_bits(exp_single::kShifter)>()));
         const __m128 nf = _mm_round_ps(u, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-        const __m128 r = _mm_sub_ps(_mm_sub_ps(y, _mm_mul_ps(nf, lane_of<float_of_bits(0x3BB18000u)>())),
+        const __m128 my = M == 1 ? y : _mm_add_ps(y, y);
+        const __m128 r = _mm_sub_ps(_mm_sub_ps(my, _mm_mul_ps(nf, lane_of<float_of_bits(0x3BB18000u)>())),
                                     _mm_mul_ps(nf, lane_of<float_of_bits(0xB5DE8083u)>()));
         const auto* table = exp_tables::single;
         const lane_words j = words_of(_mm_and_si128(bits, _mm_set1_epi32(127)));
-        const __m128 e01 = _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double*>(table[j.w[0]])),
-                                                      reinterpret_cast<const double*>(table[j.w[1]])));
-        const __m128 e23 = _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double*>(table[j.w[2]])),
-                                                      reinterpret_cast<const double*>(table[j.w[3]])));
-        // e01 = hi0 lo0 hi1 lo1: the his and the los by two shuffles.
+        const auto row = [&](int lane) { return reinterpret_cast<const double*>(table[j.w[lane]]); };
+        // hi0 lo0 hi1 lo1 and hi2 lo2 hi3 lo3
+        const __m128 e01 = _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(row(0)), row(1)));
+        const __m128 e23 = _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(row(2)), row(3)));
         // (shifter bits + n) >> 7 is (shifter bits >> 7) + m; 2^(m-1) has
         // the bits (m + 126) << 23.
         const __m128i m_bits = _mm_add_epi32(_mm_srli_epi32(bits, 7),
                                              _mm_set1_epi32(126 - static_cast<int32_t>(exp_single::kShifter >> 7)));
-        const __m128 h = _mm_mul_ps(_mm_shuffle_ps(e01, e23, _MM_SHUFFLE(2, 0, 2, 0)), _mm_castsi128_ps(_mm_slli_epi32(m_bits, 23)));
-        // Tlo last: the table rows arrive after r.
-        const __m128 s = _mm_add_ps(_mm_shuffle_ps(e01, e23, _MM_SHUFFLE(3, 1, 3, 1)), _mm_add_ps(r, _mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(r, r))));
-        const __m128 l = _mm_mul_ps(s, h);
-        return _mm_add_ps(h, _mm_add_ps(l, _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(h, l))));
+        const __m128 h = _mm_mul_ps(_mm_shuffle_ps(e01, e23, _MM_SHUFFLE(2, 0, 2, 0)),
+                                    _mm_castsi128_ps(_mm_slli_epi32(m_bits, 23)));
+        const __m128 p = _mm_add_ps(r, _mm_mul_ps(lane_of<0.5f>(), _mm_mul_ps(r, r)));
+        const __m128 s = _mm_add_ps(_mm_shuffle_ps(e01, e23, _MM_SHUFFLE(3, 1, 3, 1)), p);
+        return {h, _mm_mul_ps(s, h)};
+    }
+
+    // LA Cosh and Sinh (y >= 1): h + (l +- e^-y/2), e^-y/2 = 1/(4 (h + l))
+    // by division; the last addition rounds once, and the other roundings
+    // weigh little beside it (l is small, the reciprocal is at most h);
+    // Sinh's cancellation is at most coth 1.
+    template <bool Plus>
+    [[gnu::always_inline]] static __m128 half_exp_pair(__m128 y) {
+        const half_exp e = half_exp_of<1>(y);
+        const __m128 down = _mm_div_ps(lane_of<0.25f>(), _mm_add_ps(e.h, e.l));
+        return _mm_add_ps(e.h, Plus ? _mm_add_ps(e.l, down) : _mm_sub_ps(e.l, down));
     }
 
     // LA Tanh for y = |x| >= 0.55: 1 - 1/H with H = (e^2y + 1)/2
-    // = (h + 1/2) + h p.  h + 1/2 is exact (n <= 24; beyond, 1/H is below
-    // 2^-25 and the result is 1 in float anyway), so H = Hh + Hl exactly
-    // (Fast2Sum, h + 1/2 > |h p|); q0 = 1/Hh and 1/H = q0 - q0^2 Hl to far
+    // = h + (1/2 + l).  1/2 + l rounds by at most 2^-27 of H (H >= 2 here,
+    // |l| < 0.006 h); h + (1/2 + l) is split exactly into Hh + Hl
+    // (Fast2Sum, h > 1/2 + l; h itself has 24 bits, so h + 1/2 would
+    // round); q0 = 1/Hh and 1/H = q0 - q0^2 Hl to far
     // below an ulp.  1 - q0 is split exactly (Fast2Sum), so the result
     // rounds once from a value whose only sizeable error is the
     // division's: q0 < 1/2 < result, so half an ulp of q0 is at most a
@@ -267,9 +236,9 @@ struct native {
     [[gnu::always_inline]] static __m128 tanh_from_parts(__m128 y) {
         const half_exp e = half_exp_of<2>(y);
         const __m128 one = lane_of<1.0f>();
-        const __m128 s1 = _mm_add_ps(e.h, lane_of<0.5f>());
-        const __m128 hh = _mm_add_ps(s1, e.hp);
-        const __m128 hl = _mm_add_ps(_mm_sub_ps(s1, hh), e.hp);
+        const __m128 v = _mm_add_ps(lane_of<0.5f>(), e.l);
+        const __m128 hh = _mm_add_ps(e.h, v);
+        const __m128 hl = _mm_add_ps(_mm_sub_ps(e.h, hh), v);
         const __m128 q0 = _mm_div_ps(one, hh);
         const __m128 s = _mm_sub_ps(one, q0);
         const __m128 err = _mm_sub_ps(_mm_sub_ps(one, s), q0);
@@ -281,7 +250,7 @@ struct native {
         const __m128 y = _mm_andnot_ps(lane_of<-0.0f>(), x), half = lane_of<0.5f>();
         const __m128 one = lane_of<1.0f>();
         if constexpr (F == function::cosh && !Enhanced) {
-            return cosh_from_parts(y);
+            return half_exp_pair<true>(y);
         } else if constexpr (F == function::cosh) {
             const __m128 e = exp_single::kernel<exp_variant>::fast(y);
             return _mm_add_ps(_mm_mul_ps(half, e), _mm_mul_ps(half, reciprocal(e)));
@@ -291,7 +260,7 @@ struct native {
                 const __m128 e = exp_single::kernel<exp_variant>::fast(y);
                 large = _mm_mul_ps(half, _mm_sub_ps(e, reciprocal(e)));
             } else {
-                large = sinh_from_parts(y);
+                large = half_exp_pair<false>(y);
             }
             const __m128 small = sinh_series<Enhanced ? 3 : 5>(y, _mm_mul_ps(y, y));
             const __m128 cut = Enhanced ? half : one;
