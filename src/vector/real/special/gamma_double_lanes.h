@@ -1,0 +1,379 @@
+// The double LGamma and TGamma lanes: log |Gamma(x)| carried as a
+// double-double on two SSE2 lanes, for 2^-30 <= |x| < 30.5.
+//
+// With y = |x|, m = round(y) and z = y - m (exact, |z| <= 1/2):
+// - m >= 2: log Gamma(y) = E(z), the Taylor series of log Gamma about m
+//   (gamma_rows_table.h, from tools/gamma_series/gamma_rows.cpp): c_0..c_3
+//   as double-double, the rest to z^23 in double (the first term left out
+//   is below 2^-62).  For m = 2 the tail runs on to z^34 from
+//   gamma_series_table.h, since that series converges as 2^-k.  The series
+//   vanishes with z at x = 2, so the result keeps its relative accuracy
+//   there.
+// - m <= 1: log Gamma(y) = E(z) of the row m = 2 minus log D, D = y for
+//   m = 1 and y (y + 1) for m = 0 (Gamma(y) = Gamma(2 + z)/D).
+// - x < 0, by the reflection written with y (no argument is rounded):
+//   Gamma(x) = -pi / (y sin(pi y) Gamma(y)), sin(pi y) = (-1)^m sin(pi z)
+//   from sin or cos of pi z on [0, pi/4] in double-double (Taylor to t^21
+//   and t^20, the first two coefficients in double-double).
+// TGamma = e^(+-E) Num/Den and LGamma = +-E - log(Den/Num), with
+// Num/Den = 1, 1/D, or -pi D/(y sin(pi y)); e^ by the 64-entry table of
+// exp_log_core.h with Taylor to r^6, log by its 128th-step table with
+// Taylor to r^9, both to a relative 2^-62 or better.  All products are
+// exact by Dekker's splitting (no fused multiply-add on this tier).
+// The absolute error of the exponent stays near 2^-58, so TGamma is within
+// about 0.52 ulp.  LGamma's negative lanes lose that absolute error to
+// cancellation where |log |Gamma|| is small (near its zeros below -2):
+// such a lane is handed back (`bad`) when the result is below 1/16, as is
+// a pole (a negative integer); the caller recomputes it per element.
+#pragma once
+
+#include <smmintrin.h>
+
+#include <cstdint>
+
+#include "vector/real/special/core_tables.h"
+#include "vector/real/special/gamma_rows_table.h"
+#include "vector/real/special/gamma_series_table.h"
+#include "vector/real/special/gamma_single_lanes.h"
+
+namespace qlm::special::gamma_dl {
+
+using gamma_lanes::select;
+using gamma_lanes::splat;
+using gamma_lanes::v2d;
+using gamma_lanes::v2l;
+using gamma_lanes::v2u;
+
+struct d2 {
+    v2d hi, lo;
+};
+
+inline d2 two_sum(v2d a, v2d b) {
+    const v2d s = a + b;
+    const v2d bb = s - a;
+    return {s, (a - (s - bb)) + (b - bb)};
+}
+inline d2 fast_two_sum(v2d a, v2d b) {
+    const v2d s = a + b;
+    return {s, b - (s - a)};
+}
+inline d2 split(v2d a) {
+    const v2d c = a * 134217729.0;  // 2^27 + 1
+    const v2d hi = c - (c - a);
+    return {hi, a - hi};
+}
+inline d2 two_prod(v2d a, v2d b) {
+    const v2d p = a * b;
+    const d2 x = split(a), y = split(b);
+    return {p, ((x.hi * y.hi - p) + x.hi * y.lo + x.lo * y.hi) + x.lo * y.lo};
+}
+inline d2 add(d2 a, d2 b) {
+    const d2 s = two_sum(a.hi, b.hi);
+    return fast_two_sum(s.hi, s.lo + a.lo + b.lo);
+}
+inline d2 mul(d2 a, d2 b) {
+    const d2 p = two_prod(a.hi, b.hi);
+    return fast_two_sum(p.hi, p.lo + (a.hi * b.lo + a.lo * b.hi));
+}
+inline d2 mul_d(d2 a, v2d b) {
+    const d2 p = two_prod(a.hi, b);
+    return fast_two_sum(p.hi, p.lo + a.lo * b);
+}
+inline d2 div(d2 a, d2 b) {
+    const v2d q = a.hi / b.hi;
+    const d2 p = two_prod(q, b.hi);
+    return fast_two_sum(q, ((a.hi - p.hi) - p.lo + a.lo - q * b.lo) / b.hi);
+}
+inline d2 choose(v2l mask, d2 yes, d2 no) { return {select(mask, yes.hi, no.hi), select(mask, yes.lo, no.lo)}; }
+inline d2 negate_where(v2l mask, d2 a) {
+    const v2d s = (v2d)(mask & (v2l)splat(-0.0));
+    return {(v2d)((v2l)a.hi ^ (v2l)s), (v2d)((v2l)a.lo ^ (v2l)s)};
+}
+inline d2 constant(double hi, double lo) { return {splat(hi), splat(lo)}; }
+
+// Element k of the rows of two lanes, p0 and p1.
+inline v2d gather(const double* p0, const double* p1, int k) {
+    return (v2d)_mm_loadh_pd(_mm_load_sd(p0 + k), p1 + k);
+}
+inline d2 gather_pair(const double* p0, const double* p1, int k) {
+    const __m128d a = _mm_loadu_pd(p0 + k), b = _mm_loadu_pd(p1 + k);
+    return {(v2d)_mm_unpacklo_pd(a, b), (v2d)_mm_unpackhi_pd(a, b)};
+}
+
+// The tail of the m = 2 series, sum_{k>=4} c_k z^(k-4), in four chains of z^4.
+inline v2d tail_of_two(v2d z) {
+    const v2d z2 = z * z, z4 = z2 * z2;
+    v2d c[4];
+    for (int k = 0; k < 4; ++k) {
+        int i = k + 28 <= 30 ? k + 28 : k + 24;
+        v2d s = splat(gamma_d::kTail[i]);
+        for (i -= 4; i >= 0; i -= 4) s = s * z4 + gamma_d::kTail[i];
+        c[k] = s;
+    }
+    return (c[0] + z * c[1]) + z2 * (c[2] + z * c[3]);
+}
+
+// log Gamma(m + z) about m = max(round(y), 2), as a double-double.
+struct series_part {
+    d2 e;     // log Gamma(max(m, 2) + z)
+    v2d m, z;
+};
+inline series_part log_gamma_rows(v2d y) {
+    const v2d m = gamma_lanes::vround(y);
+    const v2d z = y - m;
+    const v2d row_m = (v2d)_mm_max_pd((__m128d)m, (__m128d)splat(2.0));
+    const __m128i rows = _mm_cvttpd_epi32((__m128d)(row_m - 2.0));
+    const double* p0 = gamma_d::kLogGammaRows[_mm_cvtsi128_si32(rows)];
+    const double* p1 = gamma_d::kLogGammaRows[_mm_extract_epi32(rows, 1)];
+    // c_4..c_23 (offsets 8..27) in two chains of z^2: c_4, c_6, ... and
+    // c_5, c_7, ...
+    const v2d z2 = z * z;
+    v2d even = gather(p0, p1, 26), odd = gather(p0, p1, 27);
+    for (int k = 24; k >= 8; k -= 2) {
+        even = even * z2 + gather(p0, p1, k);
+        odd = odd * z2 + gather(p0, p1, k + 1);
+    }
+    v2d tail = even + z * odd;
+    const v2l two = m < 2.5;
+    if (gamma_lanes::any(two)) tail = select(two, tail_of_two(z), tail);
+    const d2 c3 = gather_pair(p0, p1, 6), c2 = gather_pair(p0, p1, 4), c1 = gather_pair(p0, p1, 2),
+             c0 = gather_pair(p0, p1, 0);
+    const d2 t3 = two_sum(c3.hi, z * tail);
+    d2 acc = fast_two_sum(t3.hi, t3.lo + c3.lo);
+    acc = add(c2, mul_d(acc, z));
+    acc = add(c1, mul_d(acc, z));
+    return {add(c0, mul_d(acc, z)), m, z};
+}
+
+// D = y for m = 1, y (y + 1) = y^2 + y for m = 0, 1 otherwise.
+inline d2 shift_divisor(v2d y, v2d m) {
+    const d2 sq = two_prod(y, y);
+    const d2 yy1 = add(sq, d2{y, splat(0.0)});
+    const d2 d = choose(m < 0.5, yy1, d2{y, splat(0.0)});
+    return choose(m < 1.5, d, constant(1.0, 0.0));
+}
+
+// sin(pi y) for y = m + z with z exact, as a double-double.
+inline d2 sin_pi(v2d m, v2d z) {
+    const v2d a = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)z);
+    const v2l use_sin = a <= 0.25;
+    const v2d b = select(use_sin, a, 0.5 - a);  // exact
+    const d2 tp = two_prod(b, splat(0x1.921fb54442d18p+1));
+    const d2 tt = fast_two_sum(tp.hi, tp.lo + b * 0x1.1a62633145c07p-53);
+    const d2 yy = mul(tt, tt);
+    const v2d t2 = yy.hi;
+    // sin t = t (1 + t^2 (-1/6 + t^2 (1/120 + t^2 ps))), cos t = 1 + t^2
+    // (-1/2 + t^2 (1/24 + t^2 pc)), ps and pc to t^21 and t^20.
+    v2d ps = splat(1.0 / 51090942171709440000.0);
+    ps = ps * t2 - 1.0 / 121645100408832000.0;
+    ps = ps * t2 + 1.0 / 355687428096000.0;
+    ps = ps * t2 - 1.0 / 1307674368000.0;
+    ps = ps * t2 + 1.0 / 6227020800.0;
+    ps = ps * t2 - 1.0 / 39916800.0;
+    ps = ps * t2 + 1.0 / 362880.0;
+    ps = ps * t2 - 1.0 / 5040.0;
+    v2d pc = splat(1.0 / 2432902008176640000.0);
+    pc = pc * t2 - 1.0 / 6402373705728000.0;
+    pc = pc * t2 + 1.0 / 20922789888000.0;
+    pc = pc * t2 - 1.0 / 87178291200.0;
+    pc = pc * t2 + 1.0 / 479001600.0;
+    pc = pc * t2 - 1.0 / 3628800.0;
+    pc = pc * t2 + 1.0 / 40320.0;
+    pc = pc * t2 - 1.0 / 720.0;
+    const v2d p = select(use_sin, ps, pc);
+    const d2 c2 = choose(use_sin, constant(0x1.1111111111111p-7, 0x1.1111111111111p-63),
+                         constant(0x1.5555555555555p-5, 0x1.5555555555555p-59));
+    const d2 c1 = choose(use_sin, constant(-0x1.5555555555555p-3, -0x1.5555555555555p-57), constant(-0.5, 0.0));
+    const d2 w = add(c2, d2{t2 * p, splat(0.0)});
+    const d2 u = add(c1, mul(yy, w));
+    const d2 f = add(constant(1.0, 0.0), mul(yy, u));
+    d2 s = choose(use_sin, mul(tt, f), f);
+    // The sign: (-1)^m sign(z).
+    const v2d half_m = m * 0.5;
+    const v2l m_odd = gamma_lanes::vround(half_m) != half_m;
+    const v2l negative = m_odd ^ (z < 0.0);
+    return negate_where(negative, s);
+}
+
+// e^(x.hi + x.lo) as 2^k (m.hi + m.lo), k returned as the bits of 2^k;
+// |x| below 700.
+struct exp_pair {
+    d2 m;
+    v2d scale;
+};
+inline exp_pair exp_dd(d2 x) {
+    constexpr double kInvStep = 0x1.71547652b82fep+6;  // 64/ln2
+    constexpr double kStep1 = 0x1.62e42fefa0000p-7;    // ln2/64, 36 bits
+    constexpr double kStep2 = 0x1.cf79abc9e3b3ap-46;
+    constexpr double kShifter = 0x1.8p52;
+    const v2d shifted = x.hi * kInvStep + kShifter;
+    const v2d nd = shifted - kShifter;
+    const v2d r = ((x.hi - nd * kStep1) - nd * kStep2) + x.lo;
+    const v2d p = r + r * r * (0.5 + r * (1.0 / 6 + r * (1.0 / 24 + r * (1.0 / 120 + r * (1.0 / 720)))));
+    // The shifter leaves n = round(x 64/ln2) in the low bits; n - j = 64 k.
+    const __m128i n = _mm_sub_epi64(_mm_castpd_si128((__m128d)shifted), _mm_castpd_si128(_mm_set1_pd(kShifter)));
+    const __m128i j = _mm_and_si128(n, _mm_set1_epi64x(63));
+    const __m128i kbits = _mm_add_epi64(_mm_slli_epi64(_mm_sub_epi64(n, j), 46), _mm_set1_epi64x(1023ll << 52));
+    const d2 t = gather_pair(exp2_table[_mm_cvtsi128_si32(j)], exp2_table[_mm_extract_epi32(j, 2)], 0);
+    return {fast_two_sum(t.hi, t.lo + t.hi * p + t.lo * p), (v2d)_mm_castsi128_pd(kbits)};
+}
+
+// log(a.hi + a.lo) for positive normal a, as a double-double.
+inline d2 log_dd(d2 a) {
+    const v2u bits = (v2u)a.hi;
+    v2d mant = (v2d)((bits & 0x000FFFFFFFFFFFFFull) | 0x3FF0000000000000ull);  // [1, 2)
+    v2d k = (v2d)((bits >> 52) | 0x4330000000000000ull) - splat(0x1p52 + 1023.0);
+    const v2l high = mant > 1.41015625;  // keep m within [0.705, 1.41] so that 1 has k = 0
+    mant = select(high, mant * 0.5, mant);
+    k = select(high, k + 1.0, k);
+    const __m128i j = _mm_cvttpd_epi32((__m128d)(mant * 128.0 + (0.5 - 90.0)));  // row 0..91
+    const double* r0 = log_table[_mm_cvtsi128_si32(j)];
+    const double* r1 = log_table[_mm_extract_epi32(j, 1)];
+    const v2d inv = gather(r0, r1, 0), lh = gather(r0, r1, 1), ll = gather(r0, r1, 2);
+    const d2 prod = two_prod(mant, inv);
+    const d2 r = two_sum(prod.hi - 1.0, prod.lo);
+    const v2d rh = r.hi;
+    const d2 half_sq = two_prod(rh, -0.5 * rh);
+    const v2d tail =
+        rh * rh * rh *
+        (1.0 / 3 + rh * (-0.25 + rh * (0.2 + rh * (-1.0 / 6 + rh * (1.0 / 7 + rh * (-0.125 + rh * (1.0 / 9)))))));
+    const d2 lp = two_sum(rh, half_sq.hi);
+    // log1p(r.hi + r.lo) = log1p(r.hi) + r.lo (1 - r.hi); the low part of a
+    // counts relative to its high part.
+    const v2d lp_lo = lp.lo + half_sq.lo + tail + r.lo * (1.0 - rh) + a.lo / a.hi;
+    d2 sum = two_sum(k * 0x1.62e42fefa3800p-1, lh);
+    sum.lo = sum.lo + (k * 0x1.ef35793c76730p-45 + ll);
+    const d2 s2 = two_sum(sum.hi, lp.hi);
+    return fast_two_sum(s2.hi, s2.lo + sum.lo + lp_lo);
+}
+
+inline constexpr double kPiHi = 0x1.921fb54442d18p+1, kPiLo = 0x1.1a62633145c07p-53;
+
+// Gamma(x) on two lanes; `bad` marks the poles.
+inline v2d gamma(v2d x, v2l& bad) {
+    const v2l neg = x < 0.0;
+    const v2d y = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x);
+    const series_part s = log_gamma_rows(y);
+    const exp_pair e = exp_dd(negate_where(neg, s.e));
+    const v2l shifted = s.m < 1.5;
+    bad = neg & (s.z == 0.0);
+    v2d r;
+    if (!gamma_lanes::any(neg | shifted)) {
+        r = e.m.hi + e.m.lo;
+    } else {
+        const d2 d = shift_divisor(y, s.m);
+        d2 num = constant(1.0, 0.0), den = d;
+        if (gamma_lanes::any(neg)) {
+            const d2 sn = sin_pi(s.m, s.z);
+            num = choose(neg, mul(constant(-kPiHi, -kPiLo), d), num);
+            den = choose(neg, mul_d(sn, y), den);
+            // A pole's lane divides by zero; keep the arithmetic quiet.
+            den.hi = select(bad, splat(1.0), den.hi);
+        }
+        const d2 q = div(mul(e.m, num), den);
+        r = q.hi;
+    }
+    return r * e.scale;
+}
+
+// log |Gamma(x)| on two lanes; `bad` marks the poles and the negative
+// lanes whose result is too small to keep the accuracy of the reflection.
+inline v2d log_abs_gamma(v2d x, v2l& bad) {
+    const v2l neg = x < 0.0;
+    const v2d y = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x);
+    const series_part s = log_gamma_rows(y);
+    const v2l shifted = s.m < 1.5;
+    d2 l = negate_where(neg, s.e);
+    if (gamma_lanes::any(neg | shifted)) {
+        // log |Gamma| = +-E - log R: R = D, or y |sin(pi y)| / (pi D).
+        const d2 d = shift_divisor(y, s.m);
+        d2 num = d, den = constant(1.0, 0.0);
+        if (gamma_lanes::any(neg)) {
+            d2 sn = sin_pi(s.m, s.z);
+            const v2l sn_neg = sn.hi < 0.0;
+            sn = negate_where(sn_neg, sn);
+            num = choose(neg, mul_d(sn, y), num);
+            den = choose(neg, mul(constant(kPiHi, kPiLo), d), den);
+            num.hi = select(neg & (s.z == 0.0), splat(1.0), num.hi);  // poles: keep the arithmetic quiet
+        }
+        const d2 lr = log_dd(div(num, den));
+        l = add(l, d2{-lr.hi, -lr.lo});
+    }
+    const v2d r = l.hi;
+    const v2d ar = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)r);
+    bad = neg & ((s.z == 0.0) | (ar < 0.0625));
+    return r;
+}
+
+// The group loop of both routines.  A plan K supplies
+//   static v2d fast(v2d x, v2l& bad);      the lanes above, `bad` marking
+//                                          the lanes to hand back
+//   static double scalar(double x, int& status);  the per-element routine
+//   static constexpr const char* name;     display name for the error path
+// A group of four passes its screen when every |x| lies in [2^-30, 30.5)
+// (the high words, sign cleared, tested unsigned).  A passing group runs
+// the lanes; a lane they hand back is recomputed by the per-element routine
+// while the other lanes keep their results.  A failing group, and each
+// element after the last whole group, goes element by element: through
+// the lanes on one pair when the element passes the screen, so that it
+// gets the same result as in a passing group, else through the per-element
+// routine.
+inline constexpr uint32_t kScreenLow = 0x3E100000u;                // 2^-30
+inline constexpr uint32_t kScreenSpan = 0x403E8000u - kScreenLow;  // 30.5
+
+inline bool element_in_screen(double x) {
+    uint64_t b;
+    __builtin_memcpy(&b, &x, 8);
+    return (static_cast<uint32_t>(b >> 32) & 0x7FFFFFFFu) - kScreenLow < kScreenSpan;
+}
+
+template <class K>
+inline void per_element(int32_t i, const double* a, double* y) {
+    const double x = a[i];
+    if (element_in_screen(x)) {
+        v2l bad;
+        const v2d r = K::fast(splat(x), bad);
+        if (bad[0] == 0) {
+            y[i] = r[0];
+            return;
+        }
+    }
+    int status = 0;
+    y[i] = K::scalar(x, status);
+    if (status != 0) qlm::frame::raise_status(status, i, a, a, y, y, K::name);
+}
+
+template <class K>
+void run_groups(int32_t n, const double* a, double* y) {
+    const __m128i abs_mask = _mm_set1_epi32(0x7FFFFFFF);
+    const __m128i bias = _mm_set1_epi32(static_cast<int32_t>(0x80000000u));
+    const __m128i low = _mm_set1_epi32(static_cast<int32_t>(kScreenLow));
+    const __m128i limit = _mm_set1_epi32(static_cast<int32_t>(kScreenSpan ^ 0x80000000u));
+    int32_t i = 0;
+    for (; n - i >= 4; i += 4) {
+        const __m128d x0 = _mm_loadu_pd(a + i), x1 = _mm_loadu_pd(a + i + 2);
+        const __m128i high = _mm_and_si128(
+            _mm_castps_si128(_mm_shuffle_ps(_mm_castpd_ps(x0), _mm_castpd_ps(x1), _MM_SHUFFLE(3, 1, 3, 1))), abs_mask);
+        const __m128i in = _mm_cmplt_epi32(_mm_xor_si128(_mm_sub_epi32(high, low), bias), limit);
+        if (_mm_movemask_ps(_mm_castsi128_ps(in)) != 0xF) {
+            for (int k = 0; k < 4; ++k) per_element<K>(i + k, a, y);
+            continue;
+        }
+        v2l bad0, bad1;
+        const v2d r0 = K::fast((v2d)x0, bad0), r1 = K::fast((v2d)x1, bad1);
+        _mm_storeu_pd(y + i, (__m128d)r0);
+        _mm_storeu_pd(y + i + 2, (__m128d)r1);
+        const int bad = _mm_movemask_pd((__m128d)bad0) | (_mm_movemask_pd((__m128d)bad1) << 2);
+        if (bad != 0) {
+            for (int k = 0; k < 4; ++k) {
+                if ((bad >> k & 1) == 0) continue;
+                int status = 0;
+                y[i + k] = K::scalar(a[i + k], status);
+                if (status != 0) qlm::frame::raise_status(status, i + k, a, a, y, y, K::name);
+            }
+        }
+    }
+    for (; i < n; ++i) per_element<K>(i, a, y);
+}
+
+}  // namespace qlm::special::gamma_dl
