@@ -181,11 +181,13 @@ inline d2 sin_pi(v2d m, v2d z) {
     pc = pc * t2 + 1.0 / 40320.0;
     pc = pc * t2 - 1.0 / 720.0;
     const v2d p = select(use_sin, ps, pc);
-    const d2 c2 = choose(use_sin, constant(0x1.1111111111111p-7, 0x1.1111111111111p-63),
-                         constant(0x1.5555555555555p-5, 0x1.5555555555555p-59));
+    // F = 1 + t^2 u: u = c1 + t^2 w needs double-double only for c1, as
+    // t^2 w is below 0.026 and its rounding enters F scaled by t^2 w; w =
+    // c2 + t^2 p enters scaled by t^4 and stays in double.
+    const v2d w = select(use_sin, splat(1.0 / 120), splat(1.0 / 24)) + t2 * p;
     const d2 c1 = choose(use_sin, constant(-0x1.5555555555555p-3, -0x1.5555555555555p-57), constant(-0.5, 0.0));
-    const d2 w = add(c2, d2{t2 * p, splat(0.0)});
-    const d2 u = add(c1, mul(yy, w));
+    const d2 us = two_sum(c1.hi, t2 * w);
+    const d2 u = fast_two_sum(us.hi, us.lo + c1.lo);
     const d2 f = add(constant(1.0, 0.0), mul(yy, u));
     d2 s = choose(use_sin, mul(tt, f), f);
     // The sign: (-1)^m sign(z).
@@ -247,62 +249,67 @@ inline d2 log_dd(d2 a) {
     return fast_two_sum(s2.hi, s2.lo + sum.lo + lp_lo);
 }
 
-inline constexpr double kPiHi = 0x1.921fb54442d18p+1, kPiLo = 0x1.1a62633145c07p-53;
+inline constexpr double kLogPiHi = 0x1.250d048e7a1bdp+0, kLogPiLo = 0x1.7abf2ad8d5088p-57;
 
-// Gamma(x) on two lanes; `bad` marks the poles.
+// Gamma(x) on two lanes; `bad` marks the poles.  For x < 0, pi joins the
+// exponent as log pi, so that the quotient is -D e^(log pi - E)/(y sin(pi y)).
 inline v2d gamma(v2d x, v2l& bad) {
     const v2l neg = x < 0.0;
     const v2d y = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x);
     const series_part s = log_gamma_rows(y);
-    const exp_pair e = exp_dd(negate_where(neg, s.e));
     const v2l shifted = s.m < 1.5;
+    d2 ex = negate_where(neg, s.e);
     bad = neg & (s.z == 0.0);
-    v2d r;
-    if (!gamma_lanes::any(neg | shifted)) {
-        r = e.m.hi + e.m.lo;
-    } else {
+    const bool any_neg = gamma_lanes::any(neg), any_shifted = gamma_lanes::any(shifted);
+    if (any_neg) ex = choose(neg, add(ex, constant(kLogPiHi, kLogPiLo)), ex);
+    const exp_pair e = exp_dd(ex);
+    if (!(any_neg || any_shifted)) return (e.m.hi + e.m.lo) * e.scale;
+    d2 num = e.m, den = constant(1.0, 0.0);
+    if (any_shifted) {
         const d2 d = shift_divisor(y, s.m);
-        d2 num = constant(1.0, 0.0), den = d;
-        if (gamma_lanes::any(neg)) {
-            const d2 sn = sin_pi(s.m, s.z);
-            num = choose(neg, mul(constant(-kPiHi, -kPiLo), d), num);
-            den = choose(neg, mul_d(sn, y), den);
-            // A pole's lane divides by zero; keep the arithmetic quiet.
-            den.hi = select(bad, splat(1.0), den.hi);
-        }
-        const d2 q = div(mul(e.m, num), den);
-        r = q.hi;
+        den = d;
+        if (any_neg) num = choose(neg & shifted, mul(e.m, d), num);
     }
-    return r * e.scale;
+    if (any_neg) {
+        d2 ys = mul_d(sin_pi(s.m, s.z), y);
+        ys.hi = select(bad, splat(1.0), ys.hi);  // a pole's lane would divide by zero
+        den = choose(neg, negate_where(neg, ys), den);
+    }
+    return div(num, den).hi * e.scale;
 }
 
 // log |Gamma(x)| on two lanes; `bad` marks the poles and the negative
 // lanes whose result is too small to keep the accuracy of the reflection.
+// log |Gamma| = +-E + [x < 0] log pi - log R, R = D for x > 0 and y |sin(pi
+// y)| / D for x < 0 (D = 1 from y = 1.5 on); the quotient only where both
+// a negative and a shifted lane meet.
 inline v2d log_abs_gamma(v2d x, v2l& bad) {
     const v2l neg = x < 0.0;
     const v2d y = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x);
     const series_part s = log_gamma_rows(y);
     const v2l shifted = s.m < 1.5;
+    const bool any_neg = gamma_lanes::any(neg), any_shifted = gamma_lanes::any(shifted);
     d2 l = negate_where(neg, s.e);
-    if (gamma_lanes::any(neg | shifted)) {
-        // log |Gamma| = +-E - log R: R = D, or y |sin(pi y)| / (pi D).
-        const d2 d = shift_divisor(y, s.m);
-        d2 num = d, den = constant(1.0, 0.0);
-        if (gamma_lanes::any(neg)) {
+    const v2l pole = neg & (s.z == 0.0);
+    if (any_neg || any_shifted) {
+        d2 r = constant(1.0, 0.0);
+        if (any_shifted) r = shift_divisor(y, s.m);
+        if (any_neg) {
             d2 sn = sin_pi(s.m, s.z);
-            const v2l sn_neg = sn.hi < 0.0;
-            sn = negate_where(sn_neg, sn);
-            num = choose(neg, mul_d(sn, y), num);
-            den = choose(neg, mul(constant(kPiHi, kPiLo), d), den);
-            num.hi = select(neg & (s.z == 0.0), splat(1.0), num.hi);  // poles: keep the arithmetic quiet
+            sn = negate_where(sn.hi < 0.0, sn);
+            d2 ys = mul_d(sn, y);
+            ys.hi = select(pole, splat(1.0), ys.hi);  // poles: keep the arithmetic quiet
+            if (any_shifted && gamma_lanes::any(neg & shifted)) ys = div(ys, r);
+            r = choose(neg, ys, r);
+            l = choose(neg, add(l, constant(kLogPiHi, kLogPiLo)), l);
         }
-        const d2 lr = log_dd(div(num, den));
+        const d2 lr = log_dd(r);
         l = add(l, d2{-lr.hi, -lr.lo});
     }
-    const v2d r = l.hi;
-    const v2d ar = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)r);
+    const v2d res = l.hi;
+    const v2d ar = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)res);
     bad = neg & ((s.z == 0.0) | (ar < 0.0625));
-    return r;
+    return res;
 }
 
 // The group loop of both routines.  A plan K supplies
