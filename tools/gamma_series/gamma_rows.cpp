@@ -12,6 +12,7 @@
 //   /tmp/gamma_rows > src/vector/real/special/gamma_rows_table.h
 #include <mpfr.h>
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -72,6 +73,28 @@ int main() {
             }
         }
         std::printf("},  // m = %d\n", m);
+    }
+    std::printf("};\n\n");
+    // The degree d of the tail c_4 + c_5 z + ... + c_(4+d) z^d each row
+    // needs: the least odd d (the tail runs in two chains of z^2) for which
+    // the terms left out sum to at most 2^-62 at |z| = 1/2.
+    std::printf(
+        "// Degree d (odd) of the tail c_4 + ... + c_(4+d) z^d that row m - 2 needs:\n"
+        "// the terms left out sum to at most 2^-62 for |z| <= 1/2.\n"
+        "inline constexpr int kRowTailDegree[%d] = {",
+        kLastRow - kFirstRow + 1);
+    for (int m = kFirstRow; m <= kLastRow; ++m) {
+        int d = m == kFirstRow ? 1 : kLastTerm - 4;  // row 2 has a tail of its own
+        while (m != kFirstRow && d > 1) {
+            double left_out = 0;
+            for (int k = 4 + d - 1; k <= kLastTerm + 40; ++k) {
+                coefficient(c, m, k);
+                left_out += std::fabs(mpfr_get_d(c, MPFR_RNDN)) * std::ldexp(1.0, -k);
+            }
+            if (left_out > std::ldexp(1.0, -62)) break;
+            d -= 2;
+        }
+        std::printf("%d%s", d, m < kLastRow ? ", " : "");
     }
     mpfr_clears(c, rest, static_cast<mpfr_ptr>(nullptr));
     std::printf("};\n\n}  // namespace qlm::special::gamma_d\n");

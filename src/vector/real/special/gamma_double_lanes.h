@@ -4,8 +4,8 @@
 // With y = |x|, m = round(y) and z = y - m (exact, |z| <= 1/2):
 // - m >= 2: log Gamma(y) = E(z), the Taylor series of log Gamma about m
 //   (gamma_rows_table.h, from tools/gamma_series/gamma_rows.cpp): c_0..c_3
-//   as double-double, the rest to z^23 in double (the first term left out
-//   is below 2^-62).  For m = 2 the tail runs on to z^34 from
+//   as double-double, the rest in double to the degree the row needs (z^23
+//   for m = 3, z^11 from m = 16 on: the terms left out stay below 2^-62).  For m = 2 the tail runs on to z^34 from
 //   gamma_series_table.h, since that series converges as 2^-k.  The series
 //   vanishes with z at x = 2, so the result keeps its relative accuracy
 //   there.
@@ -123,13 +123,17 @@ inline series_part log_gamma_rows(v2d y) {
     const v2d z = y - m;
     const v2d row_m = (v2d)_mm_max_pd((__m128d)m, (__m128d)splat(2.0));
     const __m128i rows = _mm_cvttpd_epi32((__m128d)(row_m - 2.0));
-    const double* p0 = gamma_d::kLogGammaRows[_mm_cvtsi128_si32(rows)];
-    const double* p1 = gamma_d::kLogGammaRows[_mm_extract_epi32(rows, 1)];
-    // c_4..c_23 (offsets 8..27) in two chains of z^2: c_4, c_6, ... and
-    // c_5, c_7, ...
+    const int r0 = _mm_cvtsi128_si32(rows), r1 = _mm_extract_epi32(rows, 1);
+    const double* p0 = gamma_d::kLogGammaRows[r0];
+    const double* p1 = gamma_d::kLogGammaRows[r1];
+    // c_4..c_(4+d) (offsets 8..8+d) in two chains of z^2, c_4, c_6, ... and
+    // c_5, c_7, ..., to the degree the pair's rows need: the farther from
+    // the pole at 0, the shorter the tail.
+    const int d0 = gamma_d::kRowTailDegree[r0], d1 = gamma_d::kRowTailDegree[r1];
+    const int top = 8 + (d0 > d1 ? d0 : d1);
     const v2d z2 = z * z;
-    v2d even = gather(p0, p1, 26), odd = gather(p0, p1, 27);
-    for (int k = 24; k >= 8; k -= 2) {
+    v2d even = gather(p0, p1, top - 1), odd = gather(p0, p1, top);
+    for (int k = top - 3; k >= 8; k -= 2) {
         even = even * z2 + gather(p0, p1, k);
         odd = odd * z2 + gather(p0, p1, k + 1);
     }
@@ -164,22 +168,14 @@ inline d2 sin_pi(v2d m, v2d z) {
     const v2d t2 = yy.hi;
     // sin t = t (1 + t^2 (-1/6 + t^2 (1/120 + t^2 ps))), cos t = 1 + t^2
     // (-1/2 + t^2 (1/24 + t^2 pc)), ps and pc to t^21 and t^20.
-    v2d ps = splat(1.0 / 51090942171709440000.0);
-    ps = ps * t2 - 1.0 / 121645100408832000.0;
-    ps = ps * t2 + 1.0 / 355687428096000.0;
-    ps = ps * t2 - 1.0 / 1307674368000.0;
-    ps = ps * t2 + 1.0 / 6227020800.0;
-    ps = ps * t2 - 1.0 / 39916800.0;
-    ps = ps * t2 + 1.0 / 362880.0;
-    ps = ps * t2 - 1.0 / 5040.0;
-    v2d pc = splat(1.0 / 2432902008176640000.0);
-    pc = pc * t2 - 1.0 / 6402373705728000.0;
-    pc = pc * t2 + 1.0 / 20922789888000.0;
-    pc = pc * t2 - 1.0 / 87178291200.0;
-    pc = pc * t2 + 1.0 / 479001600.0;
-    pc = pc * t2 - 1.0 / 3628800.0;
-    pc = pc * t2 + 1.0 / 40320.0;
-    pc = pc * t2 - 1.0 / 720.0;
+    // Both in Estrin's form in t^2, t^4, t^8: a third of Horner's chain.
+    const v2d t4 = t2 * t2, t8 = t4 * t4;
+    const v2d ps = ((-1.0 / 5040 + t2 * (1.0 / 362880)) + t4 * (-1.0 / 39916800 + t2 * (1.0 / 6227020800.0))) +
+                   t8 * ((-1.0 / 1307674368000.0 + t2 * (1.0 / 355687428096000.0)) +
+                         t4 * (-1.0 / 121645100408832000.0 + t2 * (1.0 / 51090942171709440000.0)));
+    const v2d pc = ((-1.0 / 720 + t2 * (1.0 / 40320)) + t4 * (-1.0 / 3628800 + t2 * (1.0 / 479001600))) +
+                   t8 * ((-1.0 / 87178291200.0 + t2 * (1.0 / 20922789888000.0)) +
+                         t4 * (-1.0 / 6402373705728000.0 + t2 * (1.0 / 2432902008176640000.0)));
     const v2d p = select(use_sin, ps, pc);
     // F = 1 + t^2 u: u = c1 + t^2 w needs double-double only for c1, as
     // t^2 w is below 0.026 and its rounding enters F scaled by t^2 w; w =
@@ -211,7 +207,8 @@ inline exp_pair exp_dd(d2 x) {
     const v2d shifted = x.hi * kInvStep + kShifter;
     const v2d nd = shifted - kShifter;
     const v2d r = ((x.hi - nd * kStep1) - nd * kStep2) + x.lo;
-    const v2d p = r + r * r * (0.5 + r * (1.0 / 6 + r * (1.0 / 24 + r * (1.0 / 120 + r * (1.0 / 720)))));
+    const v2d r2 = r * r;
+    const v2d p = r + r2 * ((0.5 + r * (1.0 / 6)) + r2 * ((1.0 / 24 + r * (1.0 / 120)) + r2 * (1.0 / 720)));
     // The shifter leaves n = round(x 64/ln2) in the low bits; n - j = 64 k.
     const __m128i n = _mm_sub_epi64(_mm_castpd_si128((__m128d)shifted), _mm_castpd_si128(_mm_set1_pd(kShifter)));
     const __m128i j = _mm_and_si128(n, _mm_set1_epi64x(63));
@@ -236,9 +233,9 @@ inline d2 log_dd(d2 a) {
     const d2 r = two_sum(prod.hi - 1.0, prod.lo);
     const v2d rh = r.hi;
     const d2 half_sq = two_prod(rh, -0.5 * rh);
-    const v2d tail =
-        rh * rh * rh *
-        (1.0 / 3 + rh * (-0.25 + rh * (0.2 + rh * (-1.0 / 6 + rh * (1.0 / 7 + rh * (-0.125 + rh * (1.0 / 9)))))));
+    const v2d r2 = rh * rh, r4 = r2 * r2;
+    const v2d tail = (rh * r2) * (((1.0 / 3 + rh * -0.25) + r2 * (0.2 + rh * (-1.0 / 6))) +
+                                  r4 * ((1.0 / 7 + rh * -0.125) + r2 * (1.0 / 9)));
     const d2 lp = two_sum(rh, half_sq.hi);
     // log1p(r.hi + r.lo) = log1p(r.hi) + r.lo (1 - r.hi); the low part of a
     // counts relative to its high part.

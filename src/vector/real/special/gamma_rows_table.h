@@ -41,4 +41,8 @@ alignas(16) inline constexpr double kLogGammaRows[29][28] = {
     {0x1.1d07353917231p+6, -0x1.9777ab98f7e62p-48, 0x1.b13544cb9c1d2p+1, -0x1.bc02d22ea7958p-53, 0x1.15ab17f770243p-6, -0x1.4c62c7296407bp-60, -0x1.9185c53b1d702p-13, -0x1.2c47b601c73a8p-67, 0x1.b36cc53600957p-19, -0x1.1b496abeb4dbdp-24, 0x1.99879b1c0f925p-30, -0x1.3d211798ab144p-35, 0x1.01d4bd5a4a7dbp-40, -0x1.b2ba316f596e4p-46, 0x1.78ee5838d14bcp-51, -0x1.4e36f37dd3519p-56, 0x1.2dcc609acde7dp-61, -0x1.14b1560d32546p-66, 0x1.00f21dfee6b19p-71, -0x1.e279212f3e2f1p-77, 0x1.c949c537c4e58p-82, -0x1.b504dac34171ep-87, 0x1.a4b3d5504d769p-92, -0x1.979f1c396893ep-97, 0x1.8d3bc5fc6f707p-102, -0x1.851f48e8de3bdp-107, 0x1.7ef6ffefdb92ep-112, -0x1.7a8234d5b4057p-117},  // m = 30
 };
 
+// Degree d (odd) of the tail c_4 + ... + c_(4+d) z^d that row m - 2 needs:
+// the terms left out sum to at most 2^-62 for |z| <= 1/2.
+inline constexpr int kRowTailDegree[29] = {1, 19, 15, 13, 13, 11, 11, 11, 9, 9, 9, 9, 9, 9, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7};
+
 }  // namespace qlm::special::gamma_d
