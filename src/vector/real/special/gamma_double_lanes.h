@@ -23,7 +23,7 @@
 // The absolute error of the exponent stays near 2^-58, so TGamma is within
 // about 0.52 ulp.  LGamma's negative lanes lose that absolute error to
 // cancellation where |log |Gamma|| is small (near its zeros below -2):
-// such a lane is handed back (`bad`) when the result is below 1/16, as is
+// such a lane is handed back (`bad`) when the result is below 1/8, as is
 // a pole (a negative integer); the caller recomputes it per element.
 #pragma once
 
@@ -305,7 +305,7 @@ inline v2d log_abs_gamma(v2d x, v2l& bad) {
     }
     const v2d res = l.hi;
     const v2d ar = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)res);
-    bad = neg & ((s.z == 0.0) | (ar < 0.0625));
+    bad = neg & ((s.z == 0.0) | (ar < 0.125));
     return res;
 }
 
