@@ -31,6 +31,7 @@
 
 #include <cstdint>
 
+#include "vector/real/invhyp/invhyp_pairs.h"
 #include "vector/real/special/core_tables.h"
 #include "vector/real/special/gamma_rows_table.h"
 #include "vector/real/special/gamma_series_table.h"
@@ -44,29 +45,13 @@ using gamma_lanes::v2d;
 using gamma_lanes::v2l;
 using gamma_lanes::v2u;
 
-struct d2 {
-    v2d hi, lo;
-};
+// The exact sum and product of the inverse hyperbolic pairs; the few
+// double-double operations the gamma function needs on top of them follow.
+using d2 = invhyp::dd2;
+using invhyp::fast_two_sum;
+using invhyp::two_prod;
+using invhyp::two_sum;
 
-inline d2 two_sum(v2d a, v2d b) {
-    const v2d s = a + b;
-    const v2d bb = s - a;
-    return {s, (a - (s - bb)) + (b - bb)};
-}
-inline d2 fast_two_sum(v2d a, v2d b) {
-    const v2d s = a + b;
-    return {s, b - (s - a)};
-}
-inline d2 split(v2d a) {
-    const v2d c = a * 134217729.0;  // 2^27 + 1
-    const v2d hi = c - (c - a);
-    return {hi, a - hi};
-}
-inline d2 two_prod(v2d a, v2d b) {
-    const v2d p = a * b;
-    const d2 x = split(a), y = split(b);
-    return {p, ((x.hi * y.hi - p) + x.hi * y.lo + x.lo * y.hi) + x.lo * y.lo};
-}
 inline d2 add(d2 a, d2 b) {
     const d2 s = two_sum(a.hi, b.hi);
     return fast_two_sum(s.hi, s.lo + a.lo + b.lo);
