@@ -103,7 +103,7 @@ struct series_part {
     d2 e;     // log Gamma(max(m, 2) + z)
     v2d m, z;
 };
-inline series_part log_gamma_rows(v2d y) {
+[[gnu::always_inline]] inline series_part log_gamma_rows(v2d y) {
     const v2d m = gamma_lanes::vround(y);
     const v2d z = y - m;
     const v2d row_m = (v2d)_mm_max_pd((__m128d)m, (__m128d)splat(2.0));
@@ -143,7 +143,7 @@ inline d2 shift_divisor(v2d y, v2d m) {
 }
 
 // sin(pi y) for y = m + z with z exact, as a double-double.
-inline d2 sin_pi(v2d m, v2d z) {
+[[gnu::always_inline]] inline d2 sin_pi(v2d m, v2d z) {
     const v2d a = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)z);
     const v2l use_sin = a <= 0.25;
     const v2d b = select(use_sin, a, 0.5 - a);  // exact
@@ -184,7 +184,7 @@ struct exp_pair {
     d2 m;
     v2d scale;
 };
-inline exp_pair exp_dd(d2 x) {
+[[gnu::always_inline]] inline exp_pair exp_dd(d2 x) {
     constexpr double kInvStep = 0x1.71547652b82fep+6;  // 64/ln2
     constexpr double kStep1 = 0x1.62e42fefa0000p-7;    // ln2/64, 36 bits
     constexpr double kStep2 = 0x1.cf79abc9e3b3ap-46;
@@ -203,7 +203,7 @@ inline exp_pair exp_dd(d2 x) {
 }
 
 // log(a.hi + a.lo) for positive normal a, as a double-double.
-inline d2 log_dd(d2 a) {
+[[gnu::always_inline]] inline d2 log_dd(d2 a) {
     const v2u bits = (v2u)a.hi;
     v2d mant = (v2d)((bits & 0x000FFFFFFFFFFFFFull) | 0x3FF0000000000000ull);  // [1, 2)
     v2d k = (v2d)((bits >> 52) | 0x4330000000000000ull) - splat(0x1p52 + 1023.0);
@@ -233,70 +233,99 @@ inline d2 log_dd(d2 a) {
 
 inline constexpr double kLogPiHi = 0x1.250d048e7a1bdp+0, kLogPiLo = 0x1.7abf2ad8d5088p-57;
 
-// Gamma(x) on two lanes; `bad` marks the poles.  For x < 0, pi joins the
-// exponent as log pi, so that the quotient is -D e^(log pi - E)/(y sin(pi y)).
-inline v2d gamma(v2d x, v2l& bad) {
-    const v2l neg = x < 0.0;
-    const v2d y = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x);
-    const series_part s = log_gamma_rows(y);
-    const v2l shifted = s.m < 1.5;
-    d2 ex = negate_where(neg, s.e);
-    bad = neg & (s.z == 0.0);
-    const bool any_neg = gamma_lanes::any(neg), any_shifted = gamma_lanes::any(shifted);
-    if (any_neg) ex = choose(neg, add(ex, constant(kLogPiHi, kLogPiLo)), ex);
-    const exp_pair e = exp_dd(ex);
-    if (!(any_neg || any_shifted)) return (e.m.hi + e.m.lo) * e.scale;
-    d2 num = e.m, den = constant(1.0, 0.0);
-    if (any_shifted) {
-        const d2 d = shift_divisor(y, s.m);
-        den = d;
-        if (any_neg) num = choose(neg & shifted, mul(e.m, d), num);
+// Gamma(x) on N pairs of lanes; `bad` marks the poles.  For x < 0, pi
+// joins the exponent as log pi, so that the quotient is -D e^(log pi -
+// E)/(y sin(pi y)).  Each step runs for all pairs before the next, so that
+// the independent chains of the pairs overlap; the branches stay per pair.
+template <int N>
+[[gnu::always_inline]] inline void gamma(const v2d (&x)[N], v2d (&r)[N], v2l (&bad)[N]) {
+    v2l neg[N], shifted[N];
+    v2d y[N];
+    series_part s[N];
+    exp_pair e[N];
+    bool any_neg[N], any_shifted[N];
+    for (int h = 0; h < N; ++h) {
+        neg[h] = x[h] < 0.0;
+        y[h] = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x[h]);
+        s[h] = log_gamma_rows(y[h]);
+        shifted[h] = s[h].m < 1.5;
+        bad[h] = neg[h] & (s[h].z == 0.0);
+        any_neg[h] = gamma_lanes::any(neg[h]);
+        any_shifted[h] = gamma_lanes::any(shifted[h]);
     }
-    if (any_neg) {
-        d2 ys = mul_d(sin_pi(s.m, s.z), y);
-        ys.hi = select(bad, splat(1.0), ys.hi);  // a pole's lane would divide by zero
-        den = choose(neg, negate_where(neg, ys), den);
+    for (int h = 0; h < N; ++h) {
+        d2 ex = negate_where(neg[h], s[h].e);
+        if (any_neg[h]) ex = choose(neg[h], add(ex, constant(kLogPiHi, kLogPiLo)), ex);
+        e[h] = exp_dd(ex);
     }
-    return div(num, den).hi * e.scale;
+    for (int h = 0; h < N; ++h) {
+        if (!(any_neg[h] || any_shifted[h])) {
+            r[h] = (e[h].m.hi + e[h].m.lo) * e[h].scale;
+            continue;
+        }
+        d2 num = e[h].m, den = constant(1.0, 0.0);
+        if (any_shifted[h]) {
+            const d2 d = shift_divisor(y[h], s[h].m);
+            den = d;
+            if (any_neg[h]) num = choose(neg[h] & shifted[h], mul(e[h].m, d), num);
+        }
+        if (any_neg[h]) {
+            d2 ys = mul_d(sin_pi(s[h].m, s[h].z), y[h]);
+            ys.hi = select(bad[h], splat(1.0), ys.hi);  // a pole's lane would divide by zero
+            den = choose(neg[h], negate_where(neg[h], ys), den);
+        }
+        r[h] = div(num, den).hi * e[h].scale;
+    }
 }
 
-// log |Gamma(x)| on two lanes; `bad` marks the poles and the negative
-// lanes whose result is too small to keep the accuracy of the reflection.
-// log |Gamma| = +-E + [x < 0] log pi - log R, R = D for x > 0 and y |sin(pi
-// y)| / D for x < 0 (D = 1 from y = 1.5 on); the quotient only where both
-// a negative and a shifted lane meet.
-inline v2d log_abs_gamma(v2d x, v2l& bad) {
-    const v2l neg = x < 0.0;
-    const v2d y = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x);
-    const series_part s = log_gamma_rows(y);
-    const v2l shifted = s.m < 1.5;
-    const bool any_neg = gamma_lanes::any(neg), any_shifted = gamma_lanes::any(shifted);
-    d2 l = negate_where(neg, s.e);
-    const v2l pole = neg & (s.z == 0.0);
-    if (any_neg || any_shifted) {
-        d2 r = constant(1.0, 0.0);
-        if (any_shifted) r = shift_divisor(y, s.m);
-        if (any_neg) {
-            d2 sn = sin_pi(s.m, s.z);
-            sn = negate_where(sn.hi < 0.0, sn);
-            d2 ys = mul_d(sn, y);
-            ys.hi = select(pole, splat(1.0), ys.hi);  // poles: keep the arithmetic quiet
-            if (any_shifted && gamma_lanes::any(neg & shifted)) ys = div(ys, r);
-            r = choose(neg, ys, r);
-            l = choose(neg, add(l, constant(kLogPiHi, kLogPiLo)), l);
-        }
-        const d2 lr = log_dd(r);
-        l = add(l, d2{-lr.hi, -lr.lo});
+// log |Gamma(x)| on N pairs of lanes; `bad` marks the poles and the
+// negative lanes whose result is too small to keep the accuracy of the
+// reflection.  log |Gamma| = +-E + [x < 0] log pi - log R, R = D for x > 0
+// and y |sin(pi y)| / D for x < 0 (D = 1 from y = 1.5 on); the quotient
+// only where both a negative and a shifted lane meet.  Steps and branches
+// as in gamma.
+template <int N>
+[[gnu::always_inline]] inline void log_abs_gamma(const v2d (&x)[N], v2d (&res)[N], v2l (&bad)[N]) {
+    v2l neg[N], shifted[N];
+    v2d y[N];
+    series_part s[N];
+    bool any_neg[N], any_shifted[N];
+    for (int h = 0; h < N; ++h) {
+        neg[h] = x[h] < 0.0;
+        y[h] = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)x[h]);
+        s[h] = log_gamma_rows(y[h]);
+        shifted[h] = s[h].m < 1.5;
+        any_neg[h] = gamma_lanes::any(neg[h]);
+        any_shifted[h] = gamma_lanes::any(shifted[h]);
     }
-    const v2d res = l.hi;
-    const v2d ar = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)res);
-    bad = neg & ((s.z == 0.0) | (ar < 0.125));
-    return res;
+    for (int h = 0; h < N; ++h) {
+        d2 l = negate_where(neg[h], s[h].e);
+        const v2l pole = neg[h] & (s[h].z == 0.0);
+        if (any_neg[h] || any_shifted[h]) {
+            d2 q = constant(1.0, 0.0);
+            if (any_shifted[h]) q = shift_divisor(y[h], s[h].m);
+            if (any_neg[h]) {
+                d2 sn = sin_pi(s[h].m, s[h].z);
+                sn = negate_where(sn.hi < 0.0, sn);
+                d2 ys = mul_d(sn, y[h]);
+                ys.hi = select(pole, splat(1.0), ys.hi);  // poles: keep the arithmetic quiet
+                if (gamma_lanes::any(neg[h] & shifted[h])) ys = div(ys, q);
+                q = choose(neg[h], ys, q);
+                l = choose(neg[h], add(l, constant(kLogPiHi, kLogPiLo)), l);
+            }
+            const d2 lr = log_dd(q);
+            l = add(l, d2{-lr.hi, -lr.lo});
+        }
+        res[h] = l.hi;
+        const v2d ar = (v2d)_mm_andnot_pd((__m128d)splat(-0.0), (__m128d)res[h]);
+        bad[h] = neg[h] & ((s[h].z == 0.0) | (ar < 0.125));
+    }
 }
 
 // The group loop of both routines.  A plan K supplies
-//   static v2d fast(v2d x, v2l& bad);      the lanes above, `bad` marking
-//                                          the lanes to hand back
+//   template <int N> static void fast(const v2d (&x)[N], v2d (&r)[N],
+//                                     v2l (&bad)[N]);  the lanes above,
+//                                     `bad` marking the lanes to hand back
 //   static double scalar(double x, int& status);  the per-element routine
 //   static constexpr const char* name;     display name for the error path
 // A group of four passes its screen when every |x| lies in [2^-30, 30.5)
@@ -320,10 +349,12 @@ template <class K>
 inline void per_element(int32_t i, const double* a, double* y) {
     const double x = a[i];
     if (element_in_screen(x)) {
-        v2l bad;
-        const v2d r = K::fast(splat(x), bad);
-        if (bad[0] == 0) {
-            y[i] = r[0];
+        const v2d in[1] = {splat(x)};
+        v2d r[1];
+        v2l bad[1];
+        K::fast(in, r, bad);
+        if (bad[0][0] == 0) {
+            y[i] = r[0][0];
             return;
         }
     }
@@ -348,11 +379,13 @@ void run_groups(int32_t n, const double* a, double* y) {
             for (int k = 0; k < 4; ++k) per_element<K>(i + k, a, y);
             continue;
         }
-        v2l bad0, bad1;
-        const v2d r0 = K::fast((v2d)x0, bad0), r1 = K::fast((v2d)x1, bad1);
-        _mm_storeu_pd(y + i, (__m128d)r0);
-        _mm_storeu_pd(y + i + 2, (__m128d)r1);
-        const int bad = _mm_movemask_pd((__m128d)bad0) | (_mm_movemask_pd((__m128d)bad1) << 2);
+        const v2d pairs[2] = {(v2d)x0, (v2d)x1};
+        v2d r[2];
+        v2l lanes_bad[2];
+        K::fast(pairs, r, lanes_bad);
+        _mm_storeu_pd(y + i, (__m128d)r[0]);
+        _mm_storeu_pd(y + i + 2, (__m128d)r[1]);
+        const int bad = _mm_movemask_pd((__m128d)lanes_bad[0]) | (_mm_movemask_pd((__m128d)lanes_bad[1]) << 2);
         if (bad != 0) {
             for (int k = 0; k < 4; ++k) {
                 if ((bad >> k & 1) == 0) continue;

@@ -59,7 +59,10 @@ constexpr char kD[] = "vdLGamma";
 
 struct lgamma_plan_d {
     static constexpr const char* name = kD;
-    static gamma_lanes::v2d fast(gamma_lanes::v2d x, gamma_lanes::v2l& bad) { return gamma_dl::log_abs_gamma(x, bad); }
+    template <int N>
+    static void fast(const gamma_lanes::v2d (&x)[N], gamma_lanes::v2d (&r)[N], gamma_lanes::v2l (&bad)[N]) {
+        gamma_dl::log_abs_gamma<N>(x, r, bad);
+    }
     static double scalar(double x, int& status) {
         if (std::isnan(x)) return x + x;
         if (std::isinf(x)) return INFINITY;
