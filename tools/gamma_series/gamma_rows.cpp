@@ -1,5 +1,5 @@
 // Generator of the rows of the double LGamma and TGamma lanes: for each
-// integer m = 2..30 the Taylor coefficients of log Gamma about m,
+// integer m = 2..60 the Taylor coefficients of log Gamma about m,
 //   log Gamma(m + z) = log Gamma(m) + psi(m) z + sum_{k>=2} (-1)^k zeta(k, m)/k z^k,
 // zeta(k, m) = zeta(k) - sum_{j<m} j^-k the Hurwitz zeta function.  c_0..c_3
 // are written as double-double pairs (hi the nearest double, lo the nearest
@@ -18,7 +18,7 @@
 namespace {
 
 constexpr mpfr_prec_t kPrecision = 300;
-constexpr int kFirstRow = 2, kLastRow = 30, kLastTerm = 23, kPairs = 4;
+constexpr int kFirstRow = 2, kLastRow = 60, kLastTerm = 23, kPairs = 4;
 
 void coefficient(mpfr_t c, int m, int k) {
     mpfr_t t;

@@ -1,22 +1,23 @@
 // The double LGamma and TGamma lanes: log |Gamma(x)| carried as a
-// double-double on two SSE2 lanes, for 2^-30 <= |x| < 30.5.
+// double-double on SSE2 pairs, for 2^-30 <= |x| < 60.5.
 //
 // With y = |x|, m = round(y) and z = y - m (exact, |z| <= 1/2):
 // - m >= 2: log Gamma(y) = E(z), the Taylor series of log Gamma about m
 //   (gamma_rows_table.h, from tools/gamma_series/gamma_rows.cpp): c_0..c_3
 //   as double-double, the rest in double to the degree the row needs (z^23
-//   for m = 3, z^11 from m = 16 on: the terms left out stay below 2^-62).  For m = 2 the tail runs on to z^34 from
-//   gamma_series_table.h, since that series converges as 2^-k.  The series
-//   vanishes with z at x = 2, so the result keeps its relative accuracy
-//   there.
+//   for m = 3, z^9 from m = 34 on: the terms left out stay below 2^-62).
+//   For m = 2 the tail runs on to z^34 from gamma_series_table.h, since
+//   that series converges as 2^-k.  The series vanishes with z at x = 2,
+//   so the result keeps its relative accuracy there.
 // - m <= 1: log Gamma(y) = E(z) of the row m = 2 minus log D, D = y for
 //   m = 1 and y (y + 1) for m = 0 (Gamma(y) = Gamma(2 + z)/D).
 // - x < 0, by the reflection written with y (no argument is rounded):
-//   Gamma(x) = -pi / (y sin(pi y) Gamma(y)), sin(pi y) = (-1)^m sin(pi z)
-//   from sin or cos of pi z on [0, pi/4] in double-double (Taylor to t^21
-//   and t^20, the first two coefficients in double-double).
-// TGamma = e^(+-E) Num/Den and LGamma = +-E - log(Den/Num), with
-// Num/Den = 1, 1/D, or -pi D/(y sin(pi y)); e^ by the 64-entry table of
+//   Gamma(x) = -pi D / (y sin(pi y) e^E), sin(pi y) = (-1)^m sin(pi z)
+//   from sin or cos of pi |z| on [0, pi/4] in double-double (Taylor to
+//   t^21 and t^20, the leading coefficient in double-double).
+// TGamma = e^(+-E [+ log pi]) Num/Den, LGamma = +-E [+ log pi] - log R:
+// one double-double quotient and one e^ or log, the quotient left out where
+// no lane of the pair is shifted or negative.  e^ by the 64-entry table of
 // exp_log_core.h with Taylor to r^6, log by its 128th-step table with
 // Taylor to r^9, both to a relative 2^-62 or better.  All products are
 // exact by Dekker's splitting (no fused multiply-add on this tier).
@@ -328,7 +329,7 @@ template <int N>
 //                                     `bad` marking the lanes to hand back
 //   static double scalar(double x, int& status);  the per-element routine
 //   static constexpr const char* name;     display name for the error path
-// A group of four passes its screen when every |x| lies in [2^-30, 30.5)
+// A group of four passes its screen when every |x| lies in [2^-30, 60.5)
 // (the high words, sign cleared, tested unsigned).  A passing group runs
 // the lanes; a lane they hand back is recomputed by the per-element routine
 // while the other lanes keep their results.  A failing group, and each
@@ -337,7 +338,7 @@ template <int N>
 // gets the same result as in a passing group, else through the per-element
 // routine.
 inline constexpr uint32_t kScreenLow = 0x3E100000u;                // 2^-30
-inline constexpr uint32_t kScreenSpan = 0x403E8000u - kScreenLow;  // 30.5
+inline constexpr uint32_t kScreenSpan = 0x404E4000u - kScreenLow;  // 60.5
 
 inline bool element_in_screen(double x) {
     uint64_t b;

@@ -6,7 +6,7 @@
 // Double, one routine in all three slots: groups of four on two SSE2
 // pairs by gamma_double_lanes.h (Taylor rows of log Gamma about the
 // integers, reflection for x < 0, in double-double) for 2^-30 <= |x| <
-// 30.5; the poles and the negative lanes whose result is below 1/8 (near
+// 60.5; the poles and the negative lanes whose result is below 1/8 (near
 // the zeros of log |Gamma| below -2) are handed back to the per-element
 // routine, gamma_double_core.h in double-double, which also takes every
 // input outside the screen: about 0.5 ulp, also at the zeros x = 1 and 2,
@@ -15,7 +15,7 @@
 //
 // Both routines leave the mode and MXCSR alone at entry.
 // Screen, single: 2^-126 <= |x|, x < 2^100, and negative x above -2^22 and
-// not an integer; double: 2^-30 <= |x| < 30.5.  The scalar routine, first match: NaN gives
+// not an integer; double: 2^-30 <= |x| < 60.5.  The scalar routine, first match: NaN gives
 // NaN; +-infinity gives +infinity; 0 and the negative integers are poles:
 // +infinity with SING; a result beyond the range (x above 4.08e36 in
 // single, 2.55e305 in double) gives +infinity with OVERFLOW;

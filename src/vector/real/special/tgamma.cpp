@@ -2,7 +2,7 @@
 // gamma_single_lanes.h, eight elements a turn, and gamma_core.h for the
 // elements the lanes leave: about 0.5 ulp.  Double, one routine in all three
 // slots: groups of four on two SSE2 pairs by gamma_double_lanes.h for
-// 2^-30 <= |x| < 30.5, e to the double-double log Gamma of the Taylor rows
+// 2^-30 <= |x| < 60.5, e to the double-double log Gamma of the Taylor rows
 // times the reflection's or the shift's factor, divided in double-double
 // (0.52 ulp measured); the poles and every input outside the screen go to
 // the per-element routine: e to the double-double log |Gamma(x)| of
@@ -12,7 +12,7 @@
 // Like LGamma, both routines leave the mode and MXCSR alone at entry.
 // Screen, single: 2^-126 <= |x|, x < 35, and negative x above -30 and not
 // an integer, where the result is a normal float;
-// double: 2^-30 <= |x| < 30.5.  The scalar
+// double: 2^-30 <= |x| < 60.5.  The scalar
 // routine, first match: NaN gives NaN; +infinity itself; +-0 gives
 // +-infinity with SING; -infinity gives NaN with ERRDOM; a negative
 // integer gives NaN with SING (the pole's two sides differ in sign); a result
