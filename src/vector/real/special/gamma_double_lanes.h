@@ -179,8 +179,8 @@ inline d2 shift_divisor(v2d y, v2d m) {
     return negate_where(negative, s);
 }
 
-// e^(x.hi + x.lo) as 2^k (m.hi + m.lo), k returned as the bits of 2^k;
-// |x| below 700.
+// e^(x.hi + x.lo) as 2^k (m.hi + m.lo), 2^k returned as a double (normal
+// over the lanes' range, where |x| stays below 200).
 struct exp_pair {
     d2 m;
     v2d scale;

@@ -65,8 +65,7 @@ struct tgamma_plan {
     }
 };
 
-
-// The same with a denormal result rounded once from m.hi + m.lo: counted
+// e^(l.hi + l.lo), a denormal result rounded once from m.hi + m.lo: counted
 // in units of 2^-1074, m.hi is below 2^52 and rounds to an integer q
 // exactly, and the remainder (m.hi - q) + m.lo decides the last step.
 double exp_of_rounded_once(dd l) {
