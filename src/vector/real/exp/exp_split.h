@@ -65,9 +65,14 @@ template <int Degree>
 inline parts split(__m128d x) {
     using ha = exp_double::ha;
     const __m128d shifter = splat_bits(exp_double::kShifter);
-    const __m128d t = _mm_add_pd(_mm_mul_pd(x, splat_bits(ha::K)), shifter);
+    // n twice from the same product: as the shifted sum, whose low bits
+    // give the row and the scale, and by ROUNDPD, which the reduction
+    // reads without waiting for the sum (both round to nearest even under
+    // the kernels' rounding mode, so they agree).
+    const __m128d xk = _mm_mul_pd(x, splat_bits(ha::K));
+    const __m128d t = _mm_add_pd(xk, shifter);
     const __m128i bits = _mm_castpd_si128(t);
-    const __m128d nd = _mm_sub_pd(t, shifter);
+    const __m128d nd = _mm_round_pd(xk, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
     const __m128d r = _mm_sub_pd(_mm_sub_pd(x, _mm_mul_pd(nd, splat_bits(ha::L1))), _mm_mul_pd(nd, splat_bits(ha::L2)));
     parts p;
     __m128d lo;

@@ -10,6 +10,8 @@
 #pragma once
 
 #include <bit>
+#include <smmintrin.h>
+
 #include <cstdint>
 
 namespace qlm::lanes {
@@ -58,6 +60,16 @@ template <typename V> inline ints_of<V> less(V a, V b) {
 }
 
 template <typename V> inline V abs(V x) { return from_bits(bits(x) & INT64_MAX); }
+
+// x rounded to the nearest integer, ties to even, by ROUNDSD/ROUNDPD: the
+// same integer as the shifter sum (x + 1.5 2^52) - 1.5 2^52, whose shifter
+// is even, but not waiting for the sum.
+inline double round_even(double x) {
+    return _mm_cvtsd_f64(_mm_round_sd(_mm_setzero_pd(), _mm_set_sd(x), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+}
+inline v2df round_even(v2df x) {
+    return reinterpret_cast<v2df>(_mm_round_pd(reinterpret_cast<__m128d>(x), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+}
 
 typedef uint64_t v2du __attribute__((vector_size(16)));
 // Logical shift right of the bits, one instruction in SSE (the arithmetic

@@ -110,14 +110,17 @@ inline V expm1_series(V r) {
 template <typename V, bool Short = false>
 inline V exp_pair(V th, V tl) {
     using namespace lanes;
-    const V t = th * k128OverLn2 + kShifter;
-    const V nf = t - kShifter;
+    const V tk = th * k128OverLn2;
+    const V t = tk + kShifter;
+    const V nf = round_even(tk);
     const ints_of<V> n = bits(t) - bits(splat<V>(kShifter));
     const V r = ((th - nf * kLn2Over128Hi) - nf * kLn2Over128Lo) + tl;
     V p;
-    if constexpr (Short)
-        p = r + r * r * (0.5 + r * (0x1.5555555555555p-3 + r * (0x1.5555555555555p-5 + r * 0x1.1111111111111p-7)));
-    else
+    if constexpr (Short) {
+        // Estrin's form: the LA core is bound by the depth of its chain.
+        const V r2 = r * r;
+        p = r + r2 * ((0.5 + r * 0x1.5555555555555p-3) + r2 * (0x1.5555555555555p-5 + r * 0x1.1111111111111p-7));
+    } else
         p = expm1_series(r);
     const ints_of<V> j = n & 127;
     const V t_hi = gather<0>(exp2_table, j), t_lo = gather<1>(exp2_table, j);
