@@ -162,7 +162,6 @@ struct fit {
 int main() {
     const double ln2 = 0.69314718055994530942;
     const fit fits[] = {
-        {"expm1_single", "e^r - 1 in float for |r| <= ln2/2 (single Expm1)", ln2 / 2, 5, true},
         {"exp_single_la", "e^r in float for |r| <= ln2/2 (single Exp LA)", ln2 / 2, 4, true},
         {"exp_single_ep", "e^r in float for |r| <= ln2/2 (single Exp EP and the hyperbolic EP routines)", ln2 / 2, 2, true},
         {"expm1_single_wide", "e^r - 1 in double for |r| <= ln2/2 (single Expm1 in double lanes)", ln2 / 2, 6, false},

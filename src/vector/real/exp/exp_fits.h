@@ -6,10 +6,6 @@
 
 namespace qlm::vector::exp_fits {
 
-// e^r - 1 in float for |r| <= ln2/2 (single Expm1); h = 0.34657359027997264, degree 5 of p.
-// Relative error of 1 + r + r^2 p: 2^-30.4; of r + r^2 p against e^r - 1: 2^-29.2.
-inline constexpr float expm1_single[] = {0.5f, 0.166666672f, 0.0416664667f, 0.00833331048f, 0.00139336416f, 0.000198909809f};
-
 // e^r in float for |r| <= ln2/2 (single Exp LA); h = 0.34657359027997264, degree 4 of p.
 // Relative error of 1 + r + r^2 p: 2^-26.6; of r + r^2 p against e^r - 1: 2^-25.3.
 inline constexpr float exp_single_la[] = {0.5f, 0.166665778f, 0.0416665561f, 0.00836317334f, 0.00139261759f};

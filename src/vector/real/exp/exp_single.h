@@ -87,7 +87,7 @@ struct la {
     [[gnu::always_inline]] static __m128 exp(__m128 x) { return exp_single_core::exp(x); }
     // For the scalar routine: the result with scale 1 and the exponent n.
     static __m128 mantissa(__m128 x, __m128i& m) {
-        const auto v = exp_single_core::reduce<false>(x);
+        const auto v = exp_single_core::reduce(x);
         m = _mm_sub_epi32(_mm_srli_epi32(exp_single_core::scale_bits(v.t), 23), _mm_set1_epi32(127));
         return _mm_add_ps(lane_of<1.0f>(), _mm_add_ps(v.r, exp_single_core::p_term(v.r)));
     }

@@ -1,23 +1,16 @@
-// The float-lane exponential core of single Exp LA and of single Expm1.
+// The float-lane exponential core of single Exp LA and EP.
 //
 // Reduction: n = round(x/ln 2) by adding the shifter 1.5 * 2^23 + 127, so
 // the sum t holds n + 127 in its low bits and 2^n is those bits shifted
 // into the exponent field; r = (x - n ln2hi) - n ln2lo with ln2hi of 15
-// bits, so n ln2hi and the first difference are exact.  Expm1 also
-// recovers dr, the rounding error of the second difference (Fast2Sum):
-// x = n ln 2 + r + dr to about 2^-45 relative.  |r| <= ln2/2.
+// bits, so n ln2hi and the first difference are exact.  |r| <= ln2/2.
 // Polynomial: e^r = 1 + r + r^2 P(r), P from tools/exp_fits (exp_fits.h),
-// interpolating at Chebyshev nodes: degree 4 (e^r within 2^-26.6) for Exp,
-// in its even and odd halves; degree 5 (e^r - 1 within 2^-29.2) for Expm1.
+// interpolating at Chebyshev nodes: degree 4 (e^r within 2^-26.6), in its
+// even and odd halves.
 // Coefficients are memory operands (constant_lanes.h).  No table: the
 // lanes never leave the registers.
 //
-//   Exp    2^n (1 + (r + r^2 P)): about 1 ulp.
-//   Expm1  (2^n - 1) + 2^n r + 2^(n-1) r^2 summed with both steps split
-//          exactly (Fast2Sum), then 2^n (r^3 P1 + dr) and the split
-//          errors: only terms well below the result round before the last
-//          sum; measured under 0.71 ulp.  x is clamped at -30 first, where
-//          the result is -1.
+// Exp: 2^n (1 + (r + r^2 P)), about 1 ulp.
 //
 // Range: 2^n must be a normal float, |n| <= 127: the routines' screens
 // keep x there.
@@ -34,11 +27,9 @@
 namespace qlm::vector::exp_single_core {
 
 enum constant : std::size_t {
-    kShifter, kInvLn2, kLn2Hi, kLn2Lo, kOne, kMinusThirty,
-    kHalfScaleStep,  // bits: 1 << 23, taken from (n + 127) << 23 gives 2^(n-1)
-    kExp,            // exp_single_la, 5 rows
-    kExpm1 = kExp + 5,  // expm1_single, 6 rows
-    kCount = kExpm1 + 6,
+    kShifter, kInvLn2, kLn2Hi, kLn2Lo, kOne,
+    kExp,  // exp_single_la, 5 rows
+    kCount = kExp + 5,
 };
 
 inline constexpr constant_lanes<kCount> kLanes = [] {
@@ -47,11 +38,9 @@ inline constexpr constant_lanes<kCount> kLanes = [] {
         float_of_bits(0x3FB8AA3Bu),  // 1/ln 2
         float_of_bits(0x3F317200u),  // ln 2, 15 bits
         float_of_bits(0x35BFBE8Eu),  // ln 2 - ln2hi
-        1.0f, -30.0f,
-        float_of_bits(1u << 23),
+        1.0f,
     };
     for (std::size_t i = 0; i < 5; ++i) c[kExp + i] = exp_fits::exp_single_la[i];
-    for (std::size_t i = 0; i < 6; ++i) c[kExpm1 + i] = exp_fits::expm1_single[i];
     return make_constant_lanes(c);
 }();
 
@@ -65,7 +54,7 @@ inline constexpr constant_lanes<kCount> kLanes = [] {
 enum screen : std::size_t { kExpScreen, kExpm1Screen, kCoshScreen, kFinite, kMagnitude, kScreenCount };
 inline constexpr constant_lanes<kScreenCount> kScreens = make_constant_lanes<kScreenCount>({
     float_of_bits(0x42AEAC50u),  // 87.3365478515625, the single exponential's
-    float_of_bits(0x42B00000u),  // 88.0, Expm1's float lanes
+    float_of_bits(0x42B00000u),  // 88.0, Expm1's screen
     float_of_bits(0x42B2D4FCu),  // 89.41598510742188, Sinh and Cosh
     float_of_bits(0x7F800000u),  // infinity: finite inputs pass
     float_of_bits(0x7FFFFFFFu),
@@ -76,20 +65,14 @@ template <screen Threshold>
 }
 
 struct reduced {
-    __m128 t;   // shifter + n: (n + 127) in the low bits
-    __m128 r;   // x - n ln 2, rounded
-    __m128 dr;  // its rounding error
+    __m128 t;  // shifter + n: (n + 127) in the low bits
+    __m128 r;  // x - n ln 2, rounded
 };
 
-template <bool WithError>
 [[gnu::always_inline]] inline reduced reduce(__m128 x) {
     const __m128 t = _mm_add_ps(_mm_mul_ps(x, k(kInvLn2)), k(kShifter));
     const __m128 n = _mm_sub_ps(t, k(kShifter));
-    const __m128 hi = _mm_sub_ps(x, _mm_mul_ps(n, k(kLn2Hi)));
-    const __m128 c = _mm_mul_ps(n, k(kLn2Lo));
-    const __m128 r = _mm_sub_ps(hi, c);
-    if constexpr (WithError) return {t, r, _mm_sub_ps(_mm_sub_ps(hi, r), c)};
-    else return {t, r, _mm_setzero_ps()};
+    return {t, _mm_sub_ps(_mm_sub_ps(x, _mm_mul_ps(n, k(kLn2Hi))), _mm_mul_ps(n, k(kLn2Lo)))};
 }
 
 // (n + 127) << 23, the bits of 2^n.
@@ -103,46 +86,10 @@ template <bool WithError>
     return _mm_mul_ps(r2, _mm_add_ps(ev, _mm_mul_ps(r, od)));
 }
 
-// Fast2Sum: a + b = s + e exactly, for |a| >= |b| or a = 0.
-[[gnu::always_inline]] inline __m128 fast_two_sum(__m128 a, __m128 b, __m128& e) {
-    const __m128 s = _mm_add_ps(a, b);
-    e = _mm_add_ps(_mm_sub_ps(a, s), b);
-    return s;
-}
-
 [[gnu::always_inline]] inline __m128 exp(__m128 x) {
-    const reduced v = reduce<false>(x);
+    const reduced v = reduce(x);
     const __m128 scale = _mm_castsi128_ps(scale_bits(v.t));
     return _mm_mul_ps(scale, _mm_add_ps(k(kOne), _mm_add_ps(v.r, p_term(v.r))));
-}
-
-// 2^(n-1) from the bits of 2^n.
-[[gnu::always_inline]] inline __m128 half_of(__m128i bits) {
-    return _mm_castsi128_ps(_mm_sub_epi32(bits, constant_lane_bits(kLanes, kHalfScaleStep)));
-}
-
-[[gnu::always_inline]] inline __m128 expm1(__m128 x) {
-    const reduced v = reduce<true>(_mm_max_ps(x, k(kMinusThirty)));
-    const __m128 r = v.r, r2 = _mm_mul_ps(r, r);
-    // e^r - 1 = r + r^2/2 + r^3 P1(r), P1 the fit without its constant
-    // 1/2, by Estrin's scheme.
-    static_assert(exp_fits::expm1_single[0] == 0.5f, "the r^2 term is taken apart as r^2/2");
-    const __m128 a0 = _mm_add_ps(k(kExpm1 + 1), _mm_mul_ps(r, k(kExpm1 + 2)));
-    const __m128 a1 = _mm_add_ps(k(kExpm1 + 3), _mm_mul_ps(r, k(kExpm1 + 4)));
-    const __m128 p1 = _mm_add_ps(a0, _mm_mul_ps(r2, _mm_add_ps(a1, _mm_mul_ps(r2, k(kExpm1 + 5)))));
-    const __m128 q = _mm_add_ps(_mm_mul_ps(_mm_mul_ps(r2, r), p1), v.dr);
-    const __m128i bits = scale_bits(v.t);
-    const __m128 scale = _mm_castsi128_ps(bits);
-    // 2^n - 1 is exact for n <= 24; above, it rounds to 2^n and the 1 is
-    // carried to the low part.
-    const __m128 m = _mm_sub_ps(scale, k(kOne));
-    const __m128 m_error = _mm_sub_ps(_mm_sub_ps(scale, m), k(kOne));
-    // (2^n - 1) + 2^n r + 2^(n-1) r^2, each step split exactly: the
-    // leading terms are the result's size, and only the small ones round.
-    __m128 e1, e2;
-    const __m128 s1 = fast_two_sum(m, _mm_mul_ps(scale, r), e1);
-    const __m128 s2 = fast_two_sum(s1, _mm_mul_ps(half_of(bits), r2), e2);
-    return _mm_add_ps(s2, _mm_add_ps(_mm_add_ps(e1, e2), _mm_add_ps(m_error, _mm_mul_ps(scale, q))));
 }
 
 }  // namespace qlm::vector::exp_single_core

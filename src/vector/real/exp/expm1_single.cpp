@@ -15,9 +15,9 @@
 // have opposite signs (n < 0 and r > 0, or n > 0 and r < 0,
 // where e^r - 1 is at most 0.41 of 1 - 2^-n or of 2^n - 1 and nothing
 // cancels).
-// The float-lane form (exp_single_core.h) is a fifth cheaper but leaves
-// 0.7 ulp: its leading sums are exact, but the rounded r^2 and the
-// float polynomial weigh up to 0.2 ulp before the last rounding.
+// A float-lane form (the core of single Exp with a degree-5 fit) was a
+// fifth cheaper but left 0.7 ulp: its leading sums were exact, but the
+// rounded r^2 and the float polynomial weighed up to 0.2 ulp.
 // Screen: |x| below 88.0 (the float lanes' own screen).  Rejected inputs
 // take the scalar routine of hyperbolic_single.h: NaN -> x + x, +inf ->
 // +inf, -inf -> -1, x up to -100 -> -1 (its value), a positive x whose
