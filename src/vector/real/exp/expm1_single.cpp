@@ -18,7 +18,7 @@
 // A float-lane form (the core of single Exp with a degree-5 fit) was a
 // fifth cheaper but left 0.7 ulp: its leading sums were exact, but the
 // rounded r^2 and the float polynomial weighed up to 0.2 ulp.
-// Screen: |x| below 88.0 (the float lanes' own screen).  Rejected inputs
+// Screen: |x| below 88.0.  Rejected inputs
 // take the scalar routine of hyperbolic_single.h: NaN -> x + x, +inf ->
 // +inf, -inf -> -1, x up to -100 -> -1 (its value), a positive x whose
 // result is not finite -> +inf with OVERFLOW, others evaluated in double
