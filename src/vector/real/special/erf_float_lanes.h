@@ -65,6 +65,14 @@ using qlm::vector::lane_of;
 template <class Element>
 struct erf_float_plan : erf_vector::single_plan<0x7F800000u, void, Element> {
     [[gnu::always_inline]] static __m128 fast(__m128 x) { return erf_quad(x); }
+    // Both fours at once: a lane fails when its exponent is all ones.
+    static bool group_passes(__m128 x0, __m128 x1) {
+        const __m128i top = _mm_set1_epi32(0x7F7FFFFF);
+        const __m128i m = _mm_set1_epi32(0x7FFFFFFF);
+        const __m128i bad = _mm_or_si128(_mm_cmpgt_epi32(_mm_and_si128(_mm_castps_si128(x0), m), top),
+                                         _mm_cmpgt_epi32(_mm_and_si128(_mm_castps_si128(x1), m), top));
+        return _mm_testz_si128(bad, bad);
+    }
     static void one(int32_t i, const float* a, float* y) {
         const __m128 x = _mm_set1_ps(a[i]);
         if (erf_float_plan::screen(x)) _mm_store_ss(y + i, fast(x));

@@ -437,7 +437,9 @@ void run_single_groups(int32_t n, const float* a, float* y) {
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        const bool pass = R::screen(x0) && R::screen(x1);
+        bool pass;
+        if constexpr (requires { R::group_passes(x0, x1); }) pass = R::group_passes(x0, x1);
+        else pass = R::screen(x0) && R::screen(x1);
         if constexpr (R::has_zero_groups) {
             if (!pass && R::all_zero(x0, x1)) {
                 _mm_storeu_ps(y + i, _mm_setzero_ps());
