@@ -3,8 +3,8 @@
 // times a piecewise fit of erf(|x|) on 46 pieces that follow the exponent.
 //
 // Double HA: degree 11 (fit 2^-56), c0 + t c1 formed exactly, about 0.6
-// ulp; LA: degree 8 (2^-54) on 138 finer pieces, plain Horner, about
-// 0.8 ulp; EP: degree 5
+// ulp; LA: degree 7 (2^-54) on 274 finer pieces, plain Horner, about
+// 0.75 ulp; EP: degree 5
 // (2^-30).  Single HA: the degree-5 fits in double, rounded once to float
 // (about 0.5 ulp); single EP: degree 3 (2^-18).  Single LA runs in float
 // lanes instead, on the node table of erf_float_lanes.h (below 0.75 ulp),

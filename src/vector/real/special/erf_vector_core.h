@@ -4,7 +4,7 @@
 //
 // Pieces.  Both fits of tools/erf_fits follow the exponent of |x|: piece 0
 // is [0, 1/8), then each binade is cut into 8 equal pieces (Erf LA: [0,
-// 1/64), then 16 per binade).  The piece
+// 1/64), then 32 per binade).  The piece
 // number is the high word of |x| shifted right by 17 (exponent and three
 // mantissa bits) less a constant, clamped to the table, so that a lane of
 // any input (NaN and infinities included, which the screens send to the
@@ -77,8 +77,8 @@ struct accuracy_set {
 };
 
 using set_ha = accuracy_set<erf_rows_ha, erf_rows_ha_degree, erfcx_rows_ha, erfcx_rows_ha_degree, 5, true, true>;
-// Erf LA has pieces of its own, twice as fine and from 2^-6, for a shorter
-// polynomial.
+// Erf LA has pieces of its own, four times as fine and from 2^-6, for a
+// shorter polynomial.
 using set_la = accuracy_set<erf_rows_la, erf_rows_la_degree, erfcx_rows_la, erfcx_rows_la_degree, 5, true, false,
                             erf_la_piece_e0, erf_la_piece_log2_s>;
 // Double EP and single LA and HA: 2^-30 fits; the square's rounding (below
