@@ -6,8 +6,8 @@
 // arithmetic cannot drift.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <vector>
 
@@ -16,16 +16,8 @@
 
 namespace {
 
-double from_bits(uint64_t u) {
-    double d;
-    std::memcpy(&d, &u, 8);
-    return d;
-}
-uint64_t to_bits(double d) {
-    uint64_t u;
-    std::memcpy(&u, &d, 8);
-    return u;
-}
+double from_bits(uint64_t u) { return std::bit_cast<double>(u); }
+uint64_t to_bits(double d) { return std::bit_cast<uint64_t>(d); }
 
 constexpr double kShifter = 6755399441055744.0;  // 1.5 * 2^52
 

@@ -4,8 +4,8 @@
 // faster schedule of the same arithmetic cannot drift.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <vector>
 
@@ -14,16 +14,8 @@
 
 namespace {
 
-double from_bits(uint64_t u) {
-    double d;
-    std::memcpy(&d, &u, 8);
-    return d;
-}
-uint64_t to_bits(double d) {
-    uint64_t u;
-    std::memcpy(&u, &d, 8);
-    return u;
-}
+double from_bits(uint64_t u) { return std::bit_cast<double>(u); }
+uint64_t to_bits(double d) { return std::bit_cast<uint64_t>(d); }
 
 // ln x of a positive normal finite x on the fine table.
 double reference_ln(double x) {
