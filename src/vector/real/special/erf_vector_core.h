@@ -6,7 +6,7 @@
 // is [0, 1/8), then each binade is cut into 8 equal pieces (Erf LA: [0,
 // 1/64), then 32 per binade).  The piece
 // number is the high word of |x| shifted right by 17 (exponent and three
-// mantissa bits) less a constant, clamped to the table, so that a lane of
+// mantissa bits; 15 and five for Erf LA) less a constant, clamped to the table, so that a lane of
 // any input (NaN and infinities included, which the screens send to the
 // scalar routines) reads inside the table.  Each lane loads its own row in
 // 16-byte pairs; unpacking two rows gives a coefficient for both lanes.
