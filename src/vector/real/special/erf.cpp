@@ -1,12 +1,14 @@
 // Erf, double and single: groups of four doubles in two SSE2 pairs, eight
 // floats widened to four pairs, by the plan of erf_vector_core.h: sign(x)
-// times a piecewise fit of erf(|x|) on 46 pieces that follow the exponent.
+// times a piecewise fit of erf(|x|) on pieces that follow the exponent (46,
+// and 274 finer ones for double LA).
 //
 // Double HA: degree 11 (fit 2^-56), c0 + t c1 formed exactly, about 0.6
-// ulp; LA: degree 10 (2^-54), plain Horner, about 0.8 ulp; EP: degree 5
-// (2^-30).  Single HA and LA: the degree-5 fits
-// in double, rounded once to float (about 0.5 ulp; LA shares the plan, the
-// cheapest that keeps the HA bound); single EP: degree 3 (2^-18).
+// ulp; LA: degree 7 (2^-54) on the finer pieces, plain Horner, about 0.7
+// ulp; EP: degree 5 (2^-30).  Single HA: the degree-5 fits in double,
+// rounded once to float (about 0.5 ulp); single EP: degree 3 (2^-18).
+// Single LA runs in float lanes instead, on the node table of
+// erf_float_lanes.h (below 0.75 ulp), and its screen passes every finite x.
 // Screen: |x| < 6 in double, 4 in single (beyond, erf rounds to +-1);
 // denormals and zeros stay on the fast lane (piece 0 is x P(x)).  Rejected
 // lanes go to the per-element routine of erf_core.h: NaN gives NaN, every
@@ -16,6 +18,7 @@
 #include "frame/kernel_frame.h"
 #include "frame/kernel_tables.h"
 #include "vector/real/special/erf_core.h"
+#include "vector/real/special/erf_float_lanes.h"
 #include "vector/real/special/erf_vector_core.h"
 #include "vector/real/special/group_driver.h"
 
@@ -44,6 +47,6 @@ QLM_ERF_DOUBLE_KERNEL(qlmk_dErf_HA, erf_d<ev::set_ha, erf_fits_d, true>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dErf_LA, erf_d<ev::set_la, erf_fits_d, false>)
 QLM_ERF_DOUBLE_KERNEL(qlmk_dErf_EP, erf_d<ev::set_sp, erf_fits_f, false>)
 QLM_ERF_SINGLE_KERNEL(qlmk_sErf_HA, erf_s<ev::set_sp, erf_fits_f>)
-QLM_ERF_SINGLE_KERNEL(qlmk_sErf_LA, erf_s<ev::set_sp, erf_fits_f>)
+QLM_ERF_SINGLE_KERNEL(qlmk_sErf_LA, erf_float::erf_float_plan<erf_plan<float, erf_fits_f, false, kS>>)
 QLM_ERF_SINGLE_KERNEL(qlmk_sErf_EP, erf_s<ev::set_ep, erf_fits_e>)
 

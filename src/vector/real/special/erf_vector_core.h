@@ -3,9 +3,10 @@
 // pairs), so that one plan serves both types.
 //
 // Pieces.  Both fits of tools/erf_fits follow the exponent of |x|: piece 0
-// is [0, 1/8), then each binade is cut into 8 equal pieces.  The piece
+// is [0, 1/8), then each binade is cut into 8 equal pieces (Erf LA: [0,
+// 1/64), then 32 per binade).  The piece
 // number is the high word of |x| shifted right by 17 (exponent and three
-// mantissa bits) less a constant, clamped to the table, so that a lane of
+// mantissa bits; 15 and five for Erf LA) less a constant, clamped to the table, so that a lane of
 // any input (NaN and infinities included, which the screens send to the
 // scalar routines) reads inside the table.  Each lane loads its own row in
 // 16-byte pairs; unpacking two rows gives a coefficient for both lanes.
@@ -58,8 +59,10 @@ namespace qlm::special::erf_vector {
 // exponential's series, whether the square enters exactly, and whether the
 // last steps are carried in double-double.
 template <const auto& ErfRows, int ErfDegree, const auto& GRows, int GDegree, int ExpDegree, bool ExactSquare,
-          bool Exact>
+          bool Exact, int ErfE0 = erf_piece_e0, int ErfLog2S = erf_piece_log2_s>
 struct accuracy_set {
+    static constexpr int erf_e0 = ErfE0;
+    static constexpr int erf_log2_s = ErfLog2S;
     static constexpr const double* erf_rows = &ErfRows[0][0];
     static constexpr int erf_stride = sizeof(ErfRows[0]) / sizeof(double);
     static constexpr int erf_count = sizeof(ErfRows) / sizeof(ErfRows[0]);
@@ -74,7 +77,10 @@ struct accuracy_set {
 };
 
 using set_ha = accuracy_set<erf_rows_ha, erf_rows_ha_degree, erfcx_rows_ha, erfcx_rows_ha_degree, 5, true, true>;
-using set_la = accuracy_set<erf_rows_la, erf_rows_la_degree, erfcx_rows_la, erfcx_rows_la_degree, 5, true, false>;
+// Erf LA has pieces of its own, four times as fine and from 2^-6, for a
+// shorter polynomial.
+using set_la = accuracy_set<erf_rows_la, erf_rows_la_degree, erfcx_rows_la, erfcx_rows_la_degree, 5, true, false,
+                            erf_la_piece_e0, erf_la_piece_log2_s>;
 // Double EP and single LA and HA: 2^-30 fits; the square's rounding (below
 // 2^-43 of the exponential) no longer matters.
 using set_sp = accuracy_set<erf_rows_sp, erf_rows_sp_degree, erfcx_rows_sp, erfcx_rows_sp_degree, 3, false, false>;
@@ -130,7 +136,7 @@ QLM_ERF_INLINE piece_value eval_rows(const double* rows, __m128i idx, __m128d ax
 // t joins c0 there (exactly: one of the two is zero).
 template <class S, bool Split = false>
 QLM_ERF_INLINE piece_value erf_piece(__m128d ax, piece_split* parts = nullptr) {
-    const __m128i idx = piece_index<erf_piece_e0, erf_piece_log2_s, S::erf_count>(ax);
+    const __m128i idx = piece_index<S::erf_e0, S::erf_log2_s, S::erf_count>(ax);
     piece_value v = eval_rows<S::erf_degree, S::erf_stride, Split>(S::erf_rows, idx, ax, parts);
     const __m128d first = _mm_castsi128_pd(_mm_shuffle_epi32(_mm_cmpeq_epi32(idx, _mm_setzero_si128()), 0xA0));
     v.c0 = _mm_add_pd(v.c0, _mm_and_pd(first, v.t));
@@ -437,7 +443,9 @@ void run_single_groups(int32_t n, const float* a, float* y) {
     int32_t i = 0;
     for (; n - i >= 8; i += 8) {
         const __m128 x0 = _mm_loadu_ps(a + i), x1 = _mm_loadu_ps(a + i + 4);
-        const bool pass = R::screen(x0) && R::screen(x1);
+        bool pass;
+        if constexpr (requires { R::group_passes(x0, x1); }) pass = R::group_passes(x0, x1);
+        else pass = R::screen(x0) && R::screen(x1);
         if constexpr (R::has_zero_groups) {
             if (!pass && R::all_zero(x0, x1)) {
                 _mm_storeu_ps(y + i, _mm_setzero_ps());
