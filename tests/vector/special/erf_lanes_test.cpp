@@ -100,8 +100,11 @@ TEST(ErfLanes, SingleLaNanLaneLeavesTheOthers) {
         const auto y = run<float>(qlm_vxm_kernel_sErf_ttab[0], x, &status);
         EXPECT_EQ(status, 0);
         EXPECT_TRUE(std::isnan(y[lane])) << "lane " << lane;
-        for (std::size_t i = 0; i < x.size(); ++i)
-            if (int(i) != lane) EXPECT_TRUE(same_bits(y[i], alone[i])) << "NaN lane " << lane << ", element " << i;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            if (int(i) != lane) {
+                EXPECT_TRUE(same_bits(y[i], alone[i])) << "NaN lane " << lane << ", element " << i;
+            }
+        }
     }
 }
 
